@@ -1,0 +1,32 @@
+# The installed package: library, public headers, package files for find_package(corvane CONFIG), and the tool. It may
+# be moved as a whole.
+include(CMakePackageConfigHelpers)
+
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/corvane")
+
+install(TARGETS corvane EXPORT corvaneTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(EXPORT corvaneTargets NAMESPACE corvane:: DESTINATION "${package_dir}")
+
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/corvaneConfig.cmake.in"
+                              "${PROJECT_BINARY_DIR}/corvaneConfig.cmake" INSTALL_DESTINATION "${package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/corvaneConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/corvaneConfig.cmake" "${PROJECT_BINARY_DIR}/corvaneConfigVersion.cmake"
+        DESTINATION "${package_dir}")
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
+get_property(public_headers GLOBAL PROPERTY CORVANE_PUBLIC_HEADERS)
+foreach(header ${public_headers})
+  cmake_path(GET header PARENT_PATH folder)
+  # Of a program's own model its own headers are installed, and ours where it has none.
+  if(NOT (CORVANE_MODEL_DIR AND EXISTS "${CORVANE_MODEL_DIR}/${header}"))
+    install(FILES "${PROJECT_SOURCE_DIR}/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/corvane/${folder}")
+  endif()
+endforeach()
+if(CORVANE_MODEL_DIR)
+  install(DIRECTORY "${CORVANE_MODEL_DIR}/model" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/corvane"
+          FILES_MATCHING PATTERN "*.h")
+endif()
+
+if(TARGET corvane_cli)
+  install(TARGETS corvane_cli RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()

@@ -1,0 +1,19 @@
+# Sanitizers, coverage and fuzzing change code and link of everything in this build, so they are set for all folders at
+# once.
+
+set(CORVANE_INSTRUMENTATION_FLAGS "")
+if(CORVANE_SANITIZE)
+  list(APPEND CORVANE_INSTRUMENTATION_FLAGS -fsanitize=${CORVANE_SANITIZE} -fno-sanitize-recover=all
+       -fno-omit-frame-pointer)
+endif()
+if(CORVANE_COVERAGE)
+  list(APPEND CORVANE_INSTRUMENTATION_FLAGS --coverage)
+endif()
+if(CORVANE_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "CORVANE_FUZZ needs clang: libFuzzer is part of it")
+  endif()
+  list(APPEND CORVANE_INSTRUMENTATION_FLAGS -fsanitize=fuzzer-no-link)
+endif()
+add_compile_options(${CORVANE_INSTRUMENTATION_FLAGS})
+add_link_options(${CORVANE_INSTRUMENTATION_FLAGS})

@@ -1,0 +1,20 @@
+// The mesher's settings: one record of typed fields, found by name.
+#pragma once
+
+#include "facade/DBInterface.h"
+#include "facade/EntityTable.h"
+
+namespace Mesh2DPlat {
+
+class ConfigTable final : public EntityTable {
+ public:
+  static constexpr const char* kTable = "simeshconfig";
+
+  void define(ZyData::Schema& top) const override;
+  /// Stores every setting. Throws Util::Error, and stores none, when a field is missing or of another type.
+  void write(ZyData::DataObj& tree, const SImeshConfig& config);
+  /// Sets every setting, or throws and sets none.
+  void read(ZyData::DataObj& tree, SImeshConfig& config);
+};
+
+}  // namespace Mesh2DPlat

@@ -1,0 +1,51 @@
+// The shared root of all databases of a process.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "facade/ConfigTable.h"
+#include "facade/LayoutTables.h"
+#include "zydata/Schema.h"
+#include "zydata/data.h"
+
+namespace Mesh2DPlat {
+
+/// What is open: the data tree, its schema, and one table object per record kind. All empty until a database is opened.
+struct DBRoot {
+  /// Deliberate: the name is not kept. The root has no name in memory or on disk.
+  explicit DBRoot(const std::string& name);
+
+  std::shared_ptr<ZyData::DataObj> tree;
+  std::shared_ptr<ZyData::Schema> schema;  // of `tree`
+  std::unique_ptr<NetTable> nets;          // slot 1
+  std::unique_ptr<ConfigTable> config;     // slot 2
+  std::unique_ptr<VertexTable> vertices;   // slot 3
+  std::unique_ptr<LayerTable> layers;      // slot 4
+  std::unique_ptr<SignalTable> signals;    // slot 5
+  std::unique_ptr<ShapeTable> shapes;      // slot 6
+  std::unique_ptr<ViaTableEntity> vias;    // slot 7
+  std::unique_ptr<PolyViaTable> polyVias;  // slot 8
+  std::unique_ptr<TraceTable> traces;      // slot 9
+  std::unique_ptr<PinTable> pins;          // slot 10
+
+  /// Starts an empty database whose top-level schema has this name.
+  void start(const std::string& name);
+  /// Takes over a loaded tree; an empty one leaves nothing open.
+  void take(std::shared_ptr<ZyData::DataObj> loaded);
+  /// The tree. Throws Util::Error while nothing is open.
+  const std::shared_ptr<ZyData::DataObj>& open_tree() const;
+
+ private:
+  void make_tables();
+  std::vector<const EntityTable*> tables_in_creation_order() const;
+};
+
+/// The root that every database works on; null before the first one is constructed.
+extern DBRoot* currentRoot;
+
+/// Makes a new root current. The old one is abandoned: it stays in memory until the process ends.
+void replace_root(const std::string& name);
+
+}  // namespace Mesh2DPlat

@@ -1,0 +1,227 @@
+// Definitions of the array templates, for sources that need arrays of an element type of their own.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <iostream>
+#include <utility>
+
+#include "util/Error.h"
+#include "zydata/Array.h"
+#include "zydata/Print.h"
+#include "zydata/Schema.h"
+#include "zydata/Value.h"
+
+namespace ZyData {
+
+template <class T, class VectorT>
+ArrayBase2<T, VectorT>::ArrayBase2(std::shared_ptr<Schema> schema, std::shared_ptr<VectorT> vector, std::uint64_t start,
+                                   std::uint64_t count, T default_value)
+    : ArrayBase(std::move(schema), start, count), d_vector(std::move(vector)), d_default_value(default_value) {}
+
+template <class T, class VectorT>
+std::shared_ptr<DataObj> ArrayBase2<T, VectorT>::slice(std::uint64_t first, std::uint64_t count) {
+  return view(d_vector, first, count);
+}
+
+template <class T, class VectorT>
+std::shared_ptr<DataObj> ArrayBase2<T, VectorT>::copy(std::uint64_t first, std::uint64_t count) {
+  const std::uint64_t shown = shown_elements(first, count);
+  std::shared_ptr<VectorT> elements = empty_vector();
+  if (shown > 0) elements->append(d_vector->data() + first, shown);
+  return view(std::move(elements), 0, kToTheEnd);
+}
+
+template <class T, class VectorT>
+std::vector<std::int32_t> ArrayBase2<T, VectorT>::to_id_vector() const {
+  if constexpr (kIsIntegralElement<T>) {
+    std::vector<std::int32_t> ids;
+    ids.reserve(size());
+    for (const T& element : span()) ids.push_back(static_cast<std::int32_t>(element));
+    return ids;
+  } else {
+    throw Util::Error("ArrayBase2<T, VectorT>::to_id_vector is not available for non-integral T");
+  }
+}
+
+template <class T, class VectorT>
+GenericValue ArrayBase2<T, VectorT>::get(int i) const {
+  const std::uint64_t index = checked_index(i);
+  check_window(index, index);
+  if constexpr (kIsBasicType<T> || std::is_enum_v<T>) {
+    return GenericValue((*d_vector)[index]);
+  } else {
+    return GenericValue(&(*d_vector)[index], 1);
+  }
+}
+
+template <class T, class VectorT>
+GenericValue ArrayBase2<T, VectorT>::value() const {
+  return GenericValue(elements(), size(), NoCopy());
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::set_value(const GenericValue& value) {
+  const std::span<const T> values = value.elements<T>();
+  resize(values.size());
+  assign(values.data(), values.size());
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::vectorize(FrameList& frames, std::shared_ptr<DataObj> self) {
+  if constexpr (!kIsBasicType<T> && !std::is_enum_v<T>)
+    check_storable_structure(element_type_name<T>(), schema()->kind());
+  describe(frames, self);
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::describe(FrameList& parts, const std::shared_ptr<void>& owner) {
+  const std::uint64_t first = std::min(start(), d_vector->size());
+  parts.push_back(std::make_shared<ElementFrame<VectorT>>(schema(), d_vector, first, size()));
+  d_vector->storage().describe(parts, owner);
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::finish() {
+  if constexpr (std::is_same_v<T, bool>) {  // any other byte than 0 and 1 is no value of a bool
+    auto* bytes = reinterpret_cast<unsigned char*>(elements());
+    std::transform(bytes, bytes + size(), bytes,
+                   [](unsigned char byte) { return static_cast<unsigned char>(byte != 0); });
+  }
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::print(int indent) {
+  print(std::cout, indent);
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::print(std::ostream& stream, int indent) {
+  stream << indent_text(indent) << schema()->name() << ' ' << d_vector->storage().kind_name() << "Array[" << size()
+         << "] = [";
+  const std::uint64_t shown = std::min(size(), print_limit());
+  for (std::uint64_t i = 0; i < shown; ++i) {
+    stream << ' ';
+    print_value(stream, elements()[i]);
+  }
+  if (size() > shown) stream << "...";
+  stream << " ]\n" << std::flush;
+}
+
+template <class T, class VectorT>
+T* ArrayBase2<T, VectorT>::at(int i) {
+  const std::uint64_t index = checked_index(i);
+  check_window(index, index);
+  return d_vector->data() + index;
+}
+
+template <class T, class VectorT>
+T* ArrayBase2<T, VectorT>::elements() {
+  return d_vector->data() == nullptr ? nullptr : d_vector->data() + std::min(start(), d_vector->size());
+}
+
+template <class T, class VectorT>
+const T* ArrayBase2<T, VectorT>::elements() const {
+  return const_cast<ArrayBase2*>(this)->elements();
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::resize(std::uint64_t n) {
+  check_resizable();
+  d_vector->resize(n, d_default_value);
+}
+
+template <class T, class VectorT>
+bool ArrayBase2<T, VectorT>::resize_bytes(std::uint64_t nbytes) {
+  check_resizable();
+  const std::uint64_t n = nbytes / sizeof(T);
+  if (nbytes % sizeof(T) != 0) d_vector->reserve(n + 1);  // whoever writes all the bytes stays inside the buffer
+  resize(n);
+  return true;
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::assign(const T* values, std::uint64_t k) {
+  if (k == 0) return;
+  const std::uint64_t end = start() + k;
+  const auto offset = reinterpret_cast<std::uintptr_t>(values) - reinterpret_cast<std::uintptr_t>(d_vector->data());
+  const bool from_here = d_vector->data() != nullptr && offset < d_vector->size() * sizeof(T);
+  if (end > d_vector->capacity()) d_vector->reserve(std::max(end, d_vector->storage().min_capacity()));
+  if (start() > d_vector->size()) d_vector->resize(start(), d_default_value);
+  if (end > d_vector->size()) d_vector->resize_for_overwrite(end);
+  const void* source =
+      from_here ? reinterpret_cast<const char*>(d_vector->data()) + offset : static_cast<const void*>(values);
+  std::memmove(d_vector->data() + start(), source, k * sizeof(T));
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::append(const DataObj& array) {
+  const auto* source = dynamic_cast<const ArrayBase*>(&array);
+  if (source == nullptr || source->element_type().type_id() != typeid(T)) {
+    throw Util::Error("only an array of element type %s can be appended to array \"%s\"",
+                      element_type_name<T>().c_str(), schema()->name().c_str());
+  }
+  check_resizable();
+  const std::uint64_t k = source->size();
+  if (k == 0) return;
+  check_window(d_vector->size(), d_vector->size() + k - 1);
+  d_vector->append(static_cast<const T*>(source->element_data()), k);
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::push_back(T value) {
+  check_window(d_vector->size(), d_vector->size());
+  d_vector->push_back(value);
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::reset() {
+  d_vector = empty_vector();
+  show_everything();
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::reserve_rows(std::uint64_t rows, std::uint64_t /*sample*/) {
+  d_vector->grow_for_append(rows);
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::append_strided(const void* first, std::size_t stride, std::uint64_t count) {
+  check_resizable();
+  const char* source = static_cast<const char*>(first);
+  T* target = d_vector->append_for_overwrite(count);
+  for (std::uint64_t i = 0; i < count; ++i, source += stride) std::memcpy(target + i, source, sizeof(T));
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::append_defaults(std::uint64_t count) {
+  resize(size() + count);
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::truncate_rows(std::uint64_t rows) noexcept {
+  d_vector->truncate(std::min(rows, d_vector->size()));
+}
+
+template <class T, class VectorT>
+void ArrayBase2<T, VectorT>::check_window(std::uint64_t first, std::uint64_t last) const {
+  const auto& storage = d_vector->storage();
+  if (!storage.in_window(first) || !storage.in_window(last)) throw StorageError::WindowViolation();
+}
+
+template <class T>
+Array<T>::Array(std::shared_ptr<Schema> schema, std::uint64_t n)
+    : Array(std::move(schema), std::make_shared<CpuVector<T>>(n, CpuMem<T>()), 0, kToTheEnd, T()) {}
+
+template <class T>
+Array<T>::Array(std::shared_ptr<Schema> schema, std::shared_ptr<CpuVector<T>> vector, std::uint64_t start,
+                std::uint64_t count, T default_value)
+    : Base(std::move(schema), std::move(vector), start, count, default_value) {}
+
+template <class T>
+std::shared_ptr<DataObj> Array<T>::view(std::shared_ptr<CpuVector<T>> vector, std::uint64_t start,
+                                        std::uint64_t count) const {
+  return std::shared_ptr<Array>(new Array(this->schema(), std::move(vector), start, count, this->default_value()));
+}
+
+}  // namespace ZyData

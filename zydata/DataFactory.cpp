@@ -1,0 +1,22 @@
+#include "zydata/DataFactory.h"
+
+#include "util/Error.h"
+#include "zydata/Kind.h"
+
+namespace ZyData {
+
+std::shared_ptr<DataObj> DataFactory::create_from(const std::shared_ptr<Schema>& schema) const {
+  return create(schema);
+}
+
+std::shared_ptr<DataFactory> DataFactory::vector_factory(std::uint32_t kind, std::uint32_t /*initial_count*/) const {
+  throw_cannot_vectorize(kind);
+}
+
+void DataFactory::store_kind(FactoryKey& key) const { key.kind = d_kind; }
+
+void DataFactory::throw_cannot_vectorize(std::uint32_t kind) {
+  throw Util::Error("can't vectorize type 0x%x [%s]", kind, kind_to_string(kind).c_str());
+}
+
+}  // namespace ZyData

@@ -1,0 +1,67 @@
+// The path walk of data objects and the errors of typed access.
+#include <string>
+
+#include "util/Assert.h"
+#include "util/Error.h"
+#include "zydata/Kind.h"
+#include "zydata/Schema.h"
+#include "zydata/TypeName.h"
+#include "zydata/data.h"
+
+namespace ZyData {
+namespace {
+
+std::string missing_field_text(const Schema& schema, std::string_view name) {
+  std::string text =
+      "object type '" + schema.name() + "' does not have a field named '" + std::string(name) + "' (options are";
+  for (const auto& field : schema.fields()) text += " \"" + field->name() + "\"";
+  return text + ")";
+}
+
+}  // namespace
+
+std::shared_ptr<DataObj> DataObj::find_path(std::string_view name) {
+  if (name.empty()) throw Util::Error("a name must be given to DataObj::find_path");
+  if (name.front() == '/') throw Util::Error("only relative names supported by DataObj::find_path");
+  const std::size_t slash = name.find('/');
+  if (slash != std::string_view::npos) return find_path(name.substr(0, slash))->find_path(name.substr(slash + 1));
+  if (name == "..") {
+    if (d_parent != nullptr) return d_parent;
+    throw Util::Error("relative path \"..\" only possible after call to 'build_traverse_hierarchy'");
+  }
+  const std::int64_t index = d_schema->field_index(name);
+  std::shared_ptr<DataObj> found = index < 0 ? nullptr : field(index);
+  if (found == nullptr) throw Util::Error(missing_field_text(*d_schema, name));
+  return found;
+}
+
+std::shared_ptr<DataObj> DataObj::find_path_or_null(std::string_view name) {
+  if (name.empty()) throw Util::Error("a name must be given (after final '/')");
+  if (name.front() == '/') throw Util::Error("only relative path names supported");
+  const std::size_t slash = name.find('/');
+  if (slash != std::string_view::npos) {
+    const std::shared_ptr<DataObj> head = find_path_or_null(name.substr(0, slash));
+    return head == nullptr ? nullptr : head->find_path_or_null(name.substr(slash + 1));
+  }
+  if (name == "..") {
+    if (d_parent == nullptr) UTIL_DEBUG_ASSERT("d_parent");
+    return d_parent.get() == this ? nullptr : d_parent;
+  }
+  if ((d_schema->kind() & kKindHasFields) == 0) return nullptr;  // a leaf has no step below it
+  const std::int64_t index = d_schema->field_index(name);
+  return index < 0 ? nullptr : field(index);
+}
+
+void DataObj::throw_type_mismatch(const std::string& name, const std::type_info& requested, const DataObj& found) {
+  const Schema& schema = *found.d_schema;
+  throw Util::Error("while accessing field '%s', requested type (%s) does not match schema type (%s %s)", name.c_str(),
+                    readable_type_name(requested).c_str(), schema.type_text(true).c_str(),
+                    kind_to_string(schema.kind()).c_str());
+}
+
+void DataObj::throw_type_mismatch(const std::type_info& requested) const {
+  throw Util::Error("while accessing field '%s', requested type (%s) does not match schema type (%s)",
+                    d_schema->name().c_str(), readable_type_name(requested).c_str(), d_schema->type_text(true).c_str());
+}
+
+}  // namespace ZyData

@@ -1,0 +1,197 @@
+// The concrete data factories.
+//
+// One class serves every family of containers: what differs per element type is a function that makes the object. The
+// parameters that a file stores for a schema node are described in docs/file-format.md.
+#pragma once
+
+#include <charconv>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <type_traits>
+#include <utility>
+
+#include "util/Export.h"
+#include "zydata/ArrayImpl.h"
+#include "zydata/DataFactory.h"
+#include "zydata/Frame.h"
+#include "zydata/Kind.h"
+#include "zydata/Record.h"
+#include "zydata/TypeName.h"
+#include "zydata/TypeRegistry.h"
+#include "zydata/Value.h"
+#include "zydata/VarArrayImpl.h"
+
+namespace ZyData {
+
+/// Which numbers stand before a factory's text.
+enum class ParameterLayout {
+  kNone,          // nothing
+  kCount,         // u64 initial element count
+  kCountAndKind,  // u64 initial element count, u32 kind word
+};
+
+struct FactoryParameters {
+  std::uint64_t initial_count = 0;  // elements of a new object
+  std::string text;                 // a default value as decimal text, or ""
+};
+
+using CreateFunction = std::shared_ptr<DataObj> (*)(std::shared_ptr<Schema> schema,
+                                                    const FactoryParameters& parameters);
+
+class CORVANE_API FamilyFactory final : public DataFactory {
+ public:
+  FamilyFactory(std::string type_name, std::uint32_t kind, ParameterLayout layout, CreateFunction creator,
+                FactoryParameters parameters = {});
+
+  std::shared_ptr<DataObj> create(std::shared_ptr<Schema> schema) const override;
+  std::shared_ptr<DataFactory> vector_factory(std::uint32_t kind, std::uint32_t initial_count) const override;
+  void write_parameters(Util::ByteWriter& writer) const override;
+  std::shared_ptr<DataFactory> read_parameters(Util::ByteReader& reader) const override;
+  std::shared_ptr<DataFactory> copy() const override;
+
+  /// The same factory with other parameters.
+  std::shared_ptr<FamilyFactory> with(FactoryParameters parameters) const;
+
+ private:
+  std::string d_type_name;
+  ParameterLayout d_layout;
+  CreateFunction d_create;
+  FactoryParameters d_parameters;
+  bool d_from_file = false;  // a stored count is kept to be stored again; the object's size comes with its storage
+};
+
+template <class T>
+struct PlainNumber {
+  using type = T;
+};
+template <class Integer>
+struct PlainNumber<LongCarrier<Integer>> {
+  using type = Integer;
+};
+template <class T>
+requires std::is_enum_v<T>
+struct PlainNumber<T> {
+  using type = std::underlying_type_t<T>;
+};
+template <>
+struct PlainNumber<bool> {
+  using type = unsigned char;
+};
+template <>
+struct PlainNumber<char> {
+  using type = signed char;
+};
+
+/// A default value as the shortest decimal text that reads back equal; "" for zero.
+template <class T>
+std::string default_text(T value) {
+  const auto number = static_cast<typename PlainNumber<T>::type>(value);
+  if (number == 0) return "";
+  char digits[32];
+  const auto result = std::to_chars(digits, digits + sizeof digits, number);
+  return std::string(digits, result.ptr);
+}
+
+[[noreturn]] CORVANE_API void throw_bad_default(const Schema& schema, const std::string& text);
+
+/// The counterpart of default_text. Throws Util::Error for a text that is no such number.
+template <class T>
+T default_value(const Schema& schema, const std::string& text) {
+  typename PlainNumber<T>::type number{};
+  if (text.empty()) return T();
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (result.ec != std::errc() || result.ptr != text.data() + text.size()) throw_bad_default(schema, text);
+  return static_cast<T>(number);
+}
+
+template <class T>
+std::shared_ptr<DataObj> create_value(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
+  if constexpr (kIsBasicType<T> || std::is_enum_v<T>) {
+    const T value = default_value<T>(*schema, parameters.text);
+    return std::make_shared<Value<T>>(std::move(schema), value);
+  } else {
+    return std::make_shared<Value<T>>(std::move(schema));
+  }
+}
+
+template <class T>
+std::shared_ptr<DataObj> create_array(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
+  auto array = std::make_shared<Array<T>>(schema);
+  if constexpr (kIsBasicType<T> || std::is_enum_v<T>)
+    array->set_default_value(default_value<T>(*schema, parameters.text));
+  array->resize(parameters.initial_count);
+  return array;
+}
+
+template <class T>
+std::shared_ptr<DataObj> create_var_array(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
+  auto array = std::make_shared<VarArray<T>>(std::move(schema));
+  array->resize(parameters.initial_count);
+  return array;
+}
+
+/// For objects that start empty whatever their parameters.
+template <class Object>
+std::shared_ptr<DataObj> create_empty(std::shared_ptr<Schema> schema, const FactoryParameters&) {
+  return std::make_shared<Object>(std::move(schema));
+}
+
+/// The creator of objects of element type T and kind word `kind`.
+template <class T, std::uint32_t kind>
+struct DataFactoryT {
+  /// The one instance of this pair.
+  static const std::shared_ptr<FamilyFactory>& instance() {
+    static const auto factory = std::make_shared<FamilyFactory>(element_type_name<T>(), kind, layout(), creator());
+    return factory;
+  }
+
+ private:
+  static constexpr ParameterLayout layout() {
+    return (kind & (kKindArray | kKindVar)) != 0 ? ParameterLayout::kCountAndKind : ParameterLayout::kNone;
+  }
+  static constexpr CreateFunction creator() {
+    if constexpr ((kind & kKindFrame) != 0) {
+      return &create_empty<Frame<T>>;
+    } else if constexpr ((kind & kKindRecord) != 0) {
+      return &create_empty<Record<T>>;
+    } else if constexpr (kind == (kKindVar | kKindArray)) {
+      return &create_var_array<T>;
+    } else if constexpr (kind == kKindVar) {
+      return &create_empty<VarValue<T>>;
+    } else if constexpr ((kind & kKindArray) != 0) {
+      return &create_array<T>;
+    } else {
+      return &create_value<T>;
+    }
+  }
+};
+
+template <class T, std::uint32_t... kinds>
+void register_factories() {
+  (register_factory(element_type_name<T>(), DataFactoryT<T, kinds>::instance()), ...);
+}
+
+/// Enters the factories of a basic type or an enumeration. Entering again changes nothing.
+template <class T>
+void register_type() {
+  static_assert(kIsBasicType<T> || std::is_enum_v<T>, "structures are entered with register_class_type");
+  if constexpr (std::is_enum_v<T>) static_assert(sizeof(T) == sizeof(int), "declare the enumeration with `: int`");
+  register_factories<T, 0, kKindDefaulted, kKindArray, kKindDefaulted | kKindArray, kKindVar, kKindVar | kKindArray>();
+}
+
+/// Enters the factories of a plain structure.
+template <class T>
+void register_class_factories() {
+  register_factories<T, 0, kKindArray, kKindFrame, kKindRecord, kKindDefaulted | kKindFrame>();
+}
+
+/// The factory of a single value with a default.
+template <class T>
+std::shared_ptr<DataFactory> defaulted_factory(T value) {
+  return DataFactoryT<T, kKindDefaulted>::instance()->with({0, default_text(value)});
+}
+
+}  // namespace ZyData

@@ -1,0 +1,91 @@
+// A value of any element type, handed to and from schemas and records without templates.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "util/Assert.h"
+#include "util/Export.h"
+#include "zydata/GenericType.h"
+
+namespace ZyData {
+
+/// Selects the constructor that refers to the caller's memory instead of copying it.
+struct NoCopy {};
+
+/// One value, or a run of values, of one element type. Copies share the elements.
+class CORVANE_API GenericValue {
+ public:
+  /// No value: element type void, size 0.
+  GenericValue();
+
+  /// A single value, copied.
+  template <class T>
+  requires(kIsBasicType<T> || std::is_enum_v<T> || std::is_same_v<T, const char*>) explicit GenericValue(T value)
+      : d_data(std::make_shared<T>(value)), d_size(kScalar), d_type(&GenericTypeT<T>::instance()) {}
+
+  /// `n` values at `data`, copied.
+  template <class T>
+  GenericValue(const T* data, std::size_t n)
+      : d_data(copy_of(data, n)), d_size(static_cast<std::int64_t>(n)), d_type(&GenericTypeT<T>::instance()) {}
+
+  /// `n` values in the caller's memory, which must outlive this value and its copies.
+  template <class T>
+  GenericValue(const T* data, std::size_t n, NoCopy)
+      : d_data(data, [](const void*) {}), d_size(static_cast<std::int64_t>(n)), d_type(&GenericTypeT<T>::instance()) {}
+
+  /// A text, copied; its element type is `const char*`.
+  explicit GenericValue(std::string text);
+
+  /// True when this is one value, not a run.
+  bool is_scalar() const { return d_size == kScalar; }
+  /// Elements of a run; -1 for a single value.
+  std::int64_t size() const { return d_size; }
+  /// Elements as a count: 1 for a single value.
+  std::size_t count() const { return is_scalar() ? 1 : static_cast<std::size_t>(d_size); }
+  const void* data() const { return d_data.get(); }
+  const GenericType& type() const { return *d_type; }
+
+  /// True when the elements are of type T.
+  template <class T>
+  bool holds() const {
+    return std::type_index(typeid(T)) == d_type->type_id();
+  }
+  /// The first element. A wrong T is a programming error and ends the program.
+  template <class T>
+  const T& as() const {
+    return elements<T>()[0];
+  }
+  /// All elements. A wrong T is a programming error and ends the program.
+  template <class T>
+  std::span<const T> elements() const {
+    UTIL_ASSERT_TEXT(holds<T>(), "std::type_index(typeid(T)) == d_type->type_id()");
+    return {static_cast<const T*>(d_data.get()), count()};
+  }
+
+  friend std::ostream& operator<<(std::ostream& stream, const GenericValue& value) {
+    value.d_type->print(stream, value);
+    return stream;
+  }
+
+ private:
+  static constexpr std::int64_t kScalar = -1;
+
+  template <class T>
+  static std::shared_ptr<const void> copy_of(const T* data, std::size_t n) {
+    const std::shared_ptr<T[]> copy(new T[n == 0 ? 1 : n]());
+    std::copy_n(data, n, copy.get());
+    return {copy, copy.get()};
+  }
+
+  std::shared_ptr<const void> d_data;  // the first element
+  std::int64_t d_size;                 // -1: a single value; 0: an empty run
+  const GenericType* d_type;           // never null
+};
+
+}  // namespace ZyData

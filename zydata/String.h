@@ -1,0 +1,84 @@
+// Texts as data objects: StringData holds one, StringArray a list of them, stored like a variable array of bytes.
+//
+// Texts are byte strings with a length; a zero byte is a byte like any other.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "util/Export.h"
+#include "zydata/VarArray.h"
+#include "zydata/data.h"
+
+namespace ZyData {
+
+class CORVANE_API StringData final : public DataObj {
+ public:
+  using DataObj::print;
+  using DataObj::set_field;
+
+  explicit StringData(std::shared_ptr<Schema> schema, std::string text = {});
+
+  const std::string& text() const { return d_text; }
+  /// Replaces the text.
+  void set(std::string_view text) { d_text = text; }
+  using DataObj::set;
+
+  /// Replaces the text; `name` must be empty, because a text has no fields.
+  void set_field(const std::string& name, std::string_view text) override;  // 14
+  void* data() override { return d_text.data(); }                           // 22
+  GenericValue value() const override { return GenericValue(d_text); }      // 25
+  void set_value(const GenericValue& value) override;                       // 26
+  std::uint64_t size_bytes() const override { return d_text.size(); }       // 30
+  bool fits(std::uint64_t n) override;                                      // 31: takes any size that memory allows
+  void print(int indent) override;                                          // 36
+  void print(std::ostream& stream, int indent) override;                    // 37
+
+ private:
+  std::string d_text;
+};
+
+extern template class CORVANE_API RunArray<char, std::string_view>;
+
+class CORVANE_API StringArray final : public RunArray<char, std::string_view> {
+ public:
+  using DataObj::get;
+  using DataObj::print;
+  using DataObj::push_back;
+  using DataObj::set_field;
+  using RunArray<char, std::string_view>::set;
+
+  /// An empty array.
+  explicit StringArray(std::shared_ptr<Schema> schema);
+
+  /// Replaces the content; `name` must be empty, because an array has no fields.
+  void set_field(const std::string& name, const std::vector<std::string>& texts) override;  // 15
+  GenericValue get(int i) const override;                                                   // 23
+  void set(int i, const GenericValue& value) override;                                      // 24
+  void push_back(const GenericValue& value) override;                                       // 27
+  void print(int indent) override;                                                          // 36
+  void print(std::ostream& stream, int indent) override;                                    // 37
+
+  /// The text of element `i` in a string held by the array; overwritten by the next call. view(i) copies nothing.
+  const std::string& element(std::uint64_t i) { return d_current = run(i); }
+  /// The text of element `i`, valid until the next change.
+  std::string_view view(std::uint64_t i) const { return run(i); }
+
+ private:
+  using Base = RunArray<char, std::string_view>;
+
+  StringArray(std::shared_ptr<Schema> schema, std::shared_ptr<RunOffsets> offsets,
+              std::shared_ptr<CpuVector<char>> values, std::uint64_t start, std::uint64_t count);
+  std::shared_ptr<DataObj> view(std::shared_ptr<RunOffsets> offsets, std::shared_ptr<CpuVector<char>> values,
+                                std::uint64_t start, std::uint64_t count) const override;
+  const char* order_refusal() const override {
+    return "To set the element of StringArray, please append it in order or use set method!\n";
+  }
+
+  std::string d_current;  // what element() returned last
+};
+
+}  // namespace ZyData

@@ -1,0 +1,55 @@
+// A data object that holds a single value.
+#pragma once
+
+#include <iostream>
+#include <memory>
+#include <utility>
+
+#include "zydata/GenericValue.h"
+#include "zydata/Print.h"
+#include "zydata/Schema.h"
+#include "zydata/TypeRegistry.h"
+#include "zydata/data.h"
+
+namespace ZyData {
+
+/// Throws Util::Error when values of the registered structure `type_name` view memory elsewhere (texts, lists): their
+/// bytes mean nothing in a file.
+CORVANE_API void check_storable_structure(const std::string& type_name, std::uint32_t kind);
+
+template <class T>
+class Value final : public DataObj {
+ public:
+  explicit Value(std::shared_ptr<Schema> schema, T value = T()) : DataObj(std::move(schema)), d_value(value) {}
+
+  using DataObj::get;
+  using DataObj::print;
+  using DataObj::set;
+
+  T get_value() const { return d_value; }
+  T set(T value) { return d_value = value; }
+
+  void* data() override { return &d_value; }  // 22
+  GenericValue value() const override { return GenericValue(&d_value, 1, NoCopy()); }
+  void set_value(const GenericValue& value) override { d_value = value.as<T>(); }
+  void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override {  // 29
+    if constexpr (!kIsBasicType<T> && !std::is_enum_v<T>)
+      check_storable_structure(element_type_name<T>(), schema()->kind());
+    frames.push_back(std::move(self));
+  }
+  std::uint64_t size_bytes() const override { return sizeof(T); }  // 30
+  void finish() override {                                         // 32
+    if constexpr (std::is_same_v<T, bool>) d_value = *reinterpret_cast<const unsigned char*>(&d_value) != 0;
+  }
+  void print(int indent) override { print(std::cout, indent); }  // 36
+  void print(std::ostream& stream, int indent) override {        // 37
+    stream << indent_text(indent) << schema()->name() << " = ";
+    print_value(stream, d_value);
+    stream << std::endl;
+  }
+
+ private:
+  T d_value;
+};
+
+}  // namespace ZyData

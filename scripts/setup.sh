@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a build needs. Touches no network when all of them are there.
+#
+#   scripts/setup.sh          what a build and its tests need
+#   scripts/setup.sh --ci     also the second compiler and the checkers
+#   scripts/setup.sh --demo   also real circuit boards for the demo
+set -euo pipefail
+
+packages=(g++ cmake ninja-build libgtest-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev python3)
+for option in "$@"; do
+  case $option in
+    --ci) packages+=(clang clang-format clang-tidy libclang-rt-14-dev) ;;
+    --demo) packages+=(kicad-demos) ;;
+    *)
+      echo "setup: unknown option $option" >&2
+      exit 2
+      ;;
+  esac
+done
+
+is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+
+if ! command -v dpkg-query >/dev/null; then
+  echo "setup: this is no Debian; install the counterparts of: ${packages[*]}" >&2
+  exit 1
+fi
+missing=()
+for package in "${packages[@]}"; do
+  is_installed "$package" || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+if [ "$(id -u)" -eq 0 ]; then
+  as_root=(env)
+elif command -v sudo >/dev/null; then
+  as_root=(sudo env)
+else
+  echo "setup: missing packages, and neither root nor sudo to install them: ${missing[*]}" >&2
+  exit 1
+fi
+
+install_missing() {
+  "${as_root[@]}" DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+}
+
+echo "setup: installing ${missing[*]}"
+# The package lists are fetched only when those at hand do not do.
+if ! install_missing; then
+  "${as_root[@]}" apt-get update -q && install_missing || {
+    echo "setup: could not install: ${missing[*]}" >&2
+    exit 1
+  }
+fi

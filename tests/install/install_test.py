@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Installs the built library into an empty folder, moves that folder, and uses it as a stranger would.
+
+Checked: a small project finds the package, builds and runs; every installed header compiles; the tool runs; the library
+has its versioned name, needs nothing but the standard library, and shows nothing but what is marked for export.
+"""
+import argparse
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+NEEDED = re.compile(r"(libstdc\+\+|libm|libgcc_s|libc|ld-linux-[\w-]+)\.so\.\d+")
+# A mangled name: what kind of entity (tables, type information, thunks, guards, local statics), then its outermost
+# namespace. `St` and its kin are std: template instantiations that the linker merges with the user's own.
+ENTITY = r"_Z(?:G[VR]|Z|T[VTISC]|T[hv]n?\d+_(?:n?\d+_)?)*(?:N[VKRO]*)?"
+NAMESPACES = "(?:4Util|6ZyData|5MPSys|10Mesh2DPlat)"
+OURS = re.compile(ENTITY + NAMESPACES)
+STANDARD = re.compile(ENTITY + "(?:S[tabsiod]|9__gnu_cxx)")
+HIDDEN = re.compile(ENTITY + f"(?:4Util(?:8Platform|8platform|8IoBuffer)|{NAMESPACES}12_GLOBAL__N_)")
+PROMISED = ("4Util5Error", "10Mesh2DPlat8DBZydata", "10Mesh2DPlat11DBInterface", "6ZyData7DataObj")
+
+
+def run(*command):
+    print("+", *command, flush=True)
+    words = [str(part) for part in command]
+    result = subprocess.run(words, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    if result.returncode != 0:
+        sys.exit(f"{result.stdout}\nexit status {result.returncode}: {' '.join(words)}")
+    return result.stdout
+
+
+def check(condition, text):
+    if not condition:
+        sys.exit(f"install test: {text}")
+
+
+def install_and_move(arguments, folder):
+    staged, moved = folder / "staged", folder / "moved here"
+    run(arguments.cmake, "--install", arguments.build, "--prefix", staged)
+    staged.rename(moved)
+    return moved
+
+
+def check_headers(prefix):
+    names = {str(path.relative_to(prefix)) for path in prefix.glob("include/**/*") if path.is_file()}
+    for name in ("facade/DBZydata.h", "facade/DBInterface.h", "model/EM2D.h", "zydata/data.h", "util/Error.h"):
+        check(f"include/corvane/{name}" in names, f"{name} is not installed")
+    check(not any("Platform" in name for name in names), "the platform layer's header is installed")
+    check(not list(prefix.rglob("*.a")), "an archive is installed")
+
+
+def build_and_run_consumer(arguments, prefix, folder):
+    build = folder / "consumer"
+    include = prefix / "include" / "corvane"
+    headers = sorted(path.relative_to(include).as_posix() for path in include.rglob("*.h"))
+    every_header = folder / "every_header.cpp"
+    every_header.write_text("".join(f'#include "{header}"\n' for header in headers))
+    run(arguments.cmake, "-S", arguments.consumer, "-B", build, f"-DCMAKE_PREFIX_PATH={prefix}",
+        f"-DCMAKE_CXX_COMPILER={arguments.compiler}", f"-DCMAKE_CXX_FLAGS={arguments.flags}",
+        "-DCMAKE_BUILD_TYPE=Release", f"-DALL_HEADERS={every_header}")
+    run(arguments.cmake, "--build", build)
+    libraries = run("ldd", build / "consumer")
+    check(str(prefix) in libraries, f"the consumer does not use the moved library:\n{libraries}")
+    run(build / "consumer", folder / "database")
+    check((folder / "database" / "board.zydat").is_file(), "the consumer wrote no database")
+
+
+def check_library(arguments, library):
+    dynamic = run(arguments.readelf, "-d", library)
+    check(f"Library soname: [{arguments.soname}]" in dynamic, f"the soname is not {arguments.soname}")
+    if arguments.instrumented:
+        return
+    others = [name for name in re.findall(r"Shared library: \[(.*)\]", dynamic) if not NEEDED.fullmatch(name)]
+    check(not others, f"the library needs more than the standard library: {others}")
+    names = [line.split()[-1] for line in run(arguments.nm, "-D", "--defined-only", library).splitlines()]
+    foreign = [name for name in names if not OURS.match(name) and not STANDARD.match(name)]
+    check(not foreign, "exported, but in none of our namespaces:\n  " + "\n  ".join(foreign))
+    internal = [name for name in names if HIDDEN.match(name)]
+    check(not internal, "internals are exported:\n  " + "\n  ".join(internal))
+    for promised in PROMISED:
+        check(any(promised in name for name in names), f"nothing of {promised} is exported")
+    standard = [name for name in names if not OURS.match(name)]
+    print(f"{len(names)} symbols exported, {len(standard)} of them standard templates:", *standard, sep="\n  ")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    for name in ("cmake", "build", "consumer", "compiler", "nm", "readelf", "soname"):
+        parser.add_argument(f"--{name}", required=True)
+    parser.add_argument("--flags", default="", help="compiler flags that the library was built with")
+    parser.add_argument("--instrumented", action="store_true", help="sanitizers or line counts are built in")
+    parser.add_argument("--with-tool", action="store_true", help="the program corvane is installed too")
+    arguments = parser.parse_args()
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name).resolve()
+        prefix = install_and_move(arguments, folder)
+        check_headers(prefix)
+        library = next(prefix.glob("lib*/**/libcorvane.so"), None)
+        check(library is not None, "libcorvane.so is not installed")
+        check_library(arguments, library)
+        build_and_run_consumer(arguments, prefix, folder)
+        if arguments.with_tool:
+            run(prefix / "bin" / "corvane", "info", folder / "database" / "board.zydat")
+    print("installed, moved and used")
+
+
+if __name__ == "__main__":
+    main()

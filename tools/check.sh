@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# All checks before a change goes in:  tools/check.sh [STEP...]  (format layers gcc clang asan; default all)
+#
+# Headers alone, the install test and the layer check's own test are part of the test runs.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+cpp_files() { git ls-files -z --cached --others --exclude-standard -- '*.h' '*.cpp'; }
+
+check_format() { cpp_files | xargs -0 -r clang-format --dry-run -Werror; }
+check_layers() { python3 tools/check_layers.py; }
+check_gcc() { scripts/test.sh release; }
+check_clang() { scripts/test.sh clang; }
+check_asan() { scripts/test.sh asan; }
+
+steps=("$@")
+[ $# -gt 0 ] || steps=(format layers gcc clang asan)
+for step in "${steps[@]}"; do
+  if ! declare -F "check_$step" >/dev/null; then
+    echo "check: unknown step $step" >&2
+    exit 2
+  fi
+  printf '\n== %s\n' "$step"
+  SECONDS=0
+  "check_$step"
+  printf '== %s passed in %d s\n' "$step" "$SECONDS"
+done

@@ -1,0 +1,54 @@
+// The program `corvane`: one verb per task. Exit status 0, or 1 with one line that begins with "corvane: " on standard
+// error.
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+#include "tools/corvane/ImportCommand.h"
+#include "tools/corvane/InfoCommand.h"
+
+namespace {
+
+// Messages of the library put the system's text on a line of its own.
+std::string one_line(const std::string& text) {
+  std::string line;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] != '\n') {
+      line += text[at];
+      continue;
+    }
+    at = std::min(text.find_first_not_of(" \n", at), text.size()) - 1;
+    if (at + 1 < text.size()) line += ": ";
+  }
+  return line;
+}
+
+int run(int count, char** arguments) {
+  CLI::App app("Layout databases: turns circuit boards into them and shows what they hold", "corvane");
+  app.set_version_flag("--version", CORVANE_VERSION);
+  app.require_subcommand(1);
+  int exit_status = 1;  // set by the verb that runs
+  CorvaneTool::addImportCommand(app, exit_status);
+  CorvaneTool::addInfoCommand(app, exit_status);
+  try {
+    app.parse(count, arguments);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);  // help, version
+    throw std::runtime_error(std::string(error.what()) + " (see corvane --help)");
+  }
+  if (!std::cout.flush()) throw std::runtime_error("standard output cannot be written");
+  return exit_status;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  try {
+    return run(count, arguments);
+  } catch (const std::exception& error) {
+    std::cerr << "corvane: " << one_line(error.what()) << '\n';
+    return 1;
+  }
+}

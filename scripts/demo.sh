@@ -14,7 +14,7 @@ if ! $own_only && ! scripts/setup.sh --demo; then
 fi
 
 cmake --preset release >/dev/null
-cmake --build --preset release -j "${CORVANE_JOBS:-$(nproc)}"
+cmake --build --preset release --target corvane_cli -j "${CORVANE_JOBS:-$(nproc)}"
 corvane=$PWD/build/release/bin/corvane
 mkdir -p build
 out=$(mktemp -d "$PWD/build/demo.XXXXXX")

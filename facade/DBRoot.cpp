@@ -1,6 +1,7 @@
 #include "facade/DBRoot.h"
 
 #include <utility>
+#include <vector>
 
 #include "util/Error.h"
 #include "zydata/DataFactory.h"
@@ -9,26 +10,16 @@
 namespace Mesh2DPlat {
 namespace {
 
-/// Roots and tables that were replaced. They are never freed, but stay reachable.
-struct Abandoned {
-  std::vector<std::unique_ptr<DBRoot>> roots;
-  std::vector<std::unique_ptr<EntityTable>> tables;
-};
-
-Abandoned& abandoned() {
-  static auto* kept = new Abandoned;
-  return *kept;
+/// Every root that was ever made, and the tables that an open replaced. They are never freed, but stay reachable.
+std::vector<std::unique_ptr<DBRoot>>& kept_roots() {
+  static auto* roots = new std::vector<std::unique_ptr<DBRoot>>;
+  return *roots;
 }
 
 template <class T>
-void replace(std::unique_ptr<T>& slot, std::unique_ptr<T> table) {
-  if (slot != nullptr) abandoned().tables.push_back(std::move(slot));
-  slot = std::move(table);
-}
-
-template <class T>
-void renew(std::unique_ptr<T>& slot) {
-  replace(slot, std::make_unique<T>());
+void make_table(std::unique_ptr<T>& slot, ZyData::Schema* top) {
+  slot = std::make_unique<T>();
+  if (top != nullptr) slot->define(*top);
 }
 
 }  // namespace
@@ -36,47 +27,59 @@ void renew(std::unique_ptr<T>& slot) {
 DBRoot* currentRoot = nullptr;
 
 void replace_root(const std::string& name) {
-  auto root = std::make_unique<DBRoot>(name);
-  abandoned().roots.push_back(std::move(root));  // the current root is in the list as well
-  currentRoot = abandoned().roots.back().get();
+  kept_roots().push_back(std::make_unique<DBRoot>(name));
+  currentRoot = kept_roots().back().get();
 }
 
 DBRoot::DBRoot(const std::string& /*name*/) {}
 
-void DBRoot::make_tables() {
-  renew(config);
-  renew(nets);
-  renew(vertices);
-  renew(layers);
-  renew(signals);
-  renew(shapes);
-  renew(vias);
-  renew(polyVias);
-  renew(traces);
-  renew(pins);
-}
+DBRoot::~DBRoot() { unlink(); }
 
-std::vector<const EntityTable*> DBRoot::tables_in_creation_order() const {
-  return {config.get(), nets.get(), vertices.get(), layers.get(), signals.get(),
-          shapes.get(), vias.get(), polyVias.get(), traces.get(), pins.get()};
+// The order in which the record kinds stand in a file.
+void DBRoot::make_tables(ZyData::Schema* top) {
+  make_table(config, top);
+  make_table(nets, top);
+  make_table(vertices, top);
+  make_table(layers, top);
+  make_table(signals, top);
+  make_table(shapes, top);
+  make_table(vias, top);
+  make_table(polyVias, top);
+  make_table(traces, top);
+  make_table(pins, top);
 }
 
 void DBRoot::start(const std::string& name) {
-  const std::shared_ptr<ZyData::Schema> top = ZyData::make_record_schema(name);
   DBRoot fresh("");
-  fresh.make_tables();
-  for (const EntityTable* table : fresh.tables_in_creation_order()) table->define(*top);
-  std::shared_ptr<ZyData::DataObj> created = top->factory()->create_from(top);
-  created->build_traverse_hierarchy(created, created);
-  created->on_attached(created);
-  take(std::move(created));
+  fresh.schema = ZyData::make_record_schema(name);
+  fresh.make_tables(fresh.schema.get());
+  fresh.tree = fresh.schema->factory()->create_from(fresh.schema);
+  fresh.tree->build_traverse_hierarchy(fresh.tree, fresh.tree);
+  fresh.tree->on_attached(fresh.tree);
+  replace_by(fresh);
 }
 
 void DBRoot::take(std::shared_ptr<ZyData::DataObj> loaded) {
+  DBRoot fresh("");
+  fresh.tree = std::move(loaded);
+  if (fresh.tree != nullptr) {
+    fresh.schema = fresh.tree->schema();
+    fresh.make_tables(nullptr);
+  }
+  replace_by(fresh);
+}
+
+void DBRoot::replace_by(DBRoot& fresh) {
+  kept_roots().push_back(std::make_unique<DBRoot>(""));  // for the tables that are replaced
+  std::swap(*this, fresh);
+  fresh.unlink();
+  *kept_roots().back() = std::move(fresh);
+}
+
+void DBRoot::unlink() {
   if (tree != nullptr) tree->clear_hierarchy();
-  tree = std::move(loaded);
-  schema = tree == nullptr ? nullptr : tree->schema();
-  make_tables();
+  tree.reset();
+  schema.reset();
 }
 
 const std::shared_ptr<ZyData::DataObj>& DBRoot::open_tree() const {

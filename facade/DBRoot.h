@@ -3,7 +3,6 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "facade/ConfigTable.h"
 #include "facade/LayoutTables.h"
@@ -16,6 +15,9 @@ namespace Mesh2DPlat {
 struct DBRoot {
   /// Deliberate: the name is not kept. The root has no name in memory or on disk.
   explicit DBRoot(const std::string& name);
+  DBRoot(DBRoot&&) = default;
+  DBRoot& operator=(DBRoot&&) = default;
+  ~DBRoot();  // unlinks the tree, which would keep itself alive
 
   std::shared_ptr<ZyData::DataObj> tree;
   std::shared_ptr<ZyData::Schema> schema;  // of `tree`
@@ -30,16 +32,20 @@ struct DBRoot {
   std::unique_ptr<TraceTable> traces;      // slot 9
   std::unique_ptr<PinTable> pins;          // slot 10
 
+  // What was open before is replaced; when something throws, it stays.
   /// Starts an empty database whose top-level schema has this name.
   void start(const std::string& name);
-  /// Takes over a loaded tree; an empty one leaves nothing open.
+  /// Takes over a loaded tree. An empty one leaves nothing open: no tree, no schema, no tables.
   void take(std::shared_ptr<ZyData::DataObj> loaded);
   /// The tree. Throws Util::Error while nothing is open.
   const std::shared_ptr<ZyData::DataObj>& open_tree() const;
 
  private:
-  void make_tables();
-  std::vector<const EntityTable*> tables_in_creation_order() const;
+  /// Each table adds its schema to `top`; null when the schemas come from a file.
+  void make_tables(ZyData::Schema* top);
+  void replace_by(DBRoot& fresh);
+  /// Lets go of tree and schema.
+  void unlink();
 };
 
 /// The root that every database works on; null before the first one is constructed.

@@ -36,7 +36,19 @@ void write_file(const std::string& path, const MPSys::Message& message) {
   connection.close();
 }
 
-ZyData::DataObj& open_tree() { return *currentRoot->open_tree(); }
+// The tree comes first: while nothing is open there are no tables either.
+template <class Entity, class Objects>
+void write_to(std::unique_ptr<Entity> DBRoot::*table, const Objects& objects) {
+  ZyData::DataObj& tree = *currentRoot->open_tree();
+  (currentRoot->*table)->write(tree, objects);
+}
+
+template <class Entity, class... Arguments>
+bool read_from(std::unique_ptr<Entity> DBRoot::*table, Arguments&... arguments) {
+  ZyData::DataObj& tree = *currentRoot->open_tree();
+  (currentRoot->*table)->read(tree, arguments...);
+  return true;
+}
 
 }  // namespace
 
@@ -51,72 +63,57 @@ DBZydata::DBZydata(const DBZydata& other) = default;
 DBZydata& DBZydata::operator=(const DBZydata& other) = default;
 DBZydata::~DBZydata() = default;
 
-void DBZydata::write(const std::vector<EM2DPolyVia*>& polyVias) { currentRoot->polyVias->write(open_tree(), polyVias); }
-void DBZydata::write(const std::vector<EM2DCircuit*>& circuits) { currentRoot->pins->write(open_tree(), circuits); }
-void DBZydata::write(const std::vector<EM2DTrace*>& traces) { currentRoot->traces->write(open_tree(), traces); }
-void DBZydata::write(const std::vector<EM2DVia*>& vias) { currentRoot->vias->write(open_tree(), vias); }
-void DBZydata::write(const std::vector<EM2DShape*>& shapes, const std::string&) {
-  currentRoot->shapes->write(open_tree(), shapes);
-}
-void DBZydata::write(const std::vector<EM2DSignal*>& signals) { currentRoot->signals->write(open_tree(), signals); }
-void DBZydata::write(const std::vector<EM2DLayer*>& layers) { currentRoot->layers->write(open_tree(), layers); }
-void DBZydata::write(const std::vector<EM2DVertex*>& vertices) { currentRoot->vertices->write(open_tree(), vertices); }
-void DBZydata::write(const std::vector<EM2DNet*>& nets) { currentRoot->nets->write(open_tree(), nets); }
+void DBZydata::write(const std::vector<EM2DPolyVia*>& polyVias) { write_to(&DBRoot::polyVias, polyVias); }
+void DBZydata::write(const std::vector<EM2DCircuit*>& circuits) { write_to(&DBRoot::pins, circuits); }
+void DBZydata::write(const std::vector<EM2DTrace*>& traces) { write_to(&DBRoot::traces, traces); }
+void DBZydata::write(const std::vector<EM2DVia*>& vias) { write_to(&DBRoot::vias, vias); }
+void DBZydata::write(const std::vector<EM2DShape*>& shapes, const std::string&) { write_to(&DBRoot::shapes, shapes); }
+void DBZydata::write(const std::vector<EM2DSignal*>& signals) { write_to(&DBRoot::signals, signals); }
+void DBZydata::write(const std::vector<EM2DLayer*>& layers) { write_to(&DBRoot::layers, layers); }
+void DBZydata::write(const std::vector<EM2DVertex*>& vertices) { write_to(&DBRoot::vertices, vertices); }
+void DBZydata::write(const std::vector<EM2DNet*>& nets) { write_to(&DBRoot::nets, nets); }
 
 void DBZydata::write(SImeshConfig* config) {
   UTIL_ASSERT(config != nullptr);
-  currentRoot->config->write(open_tree(), *config);
+  write_to(&DBRoot::config, *config);
 }
 
 bool DBZydata::read(std::vector<EM2DCircuit*>& circuits, const Table<int, EM2DVertex>& vertices) {
-  currentRoot->pins->read(open_tree(), circuits, vertices);
-  return true;
+  return read_from(&DBRoot::pins, circuits, vertices);
 }
 
 bool DBZydata::read(std::vector<EM2DTrace*>& traces, const Table<int, EM2DNet>& nets,
                     const Table<int, EM2DVertex>& vertices) {
-  currentRoot->traces->read(open_tree(), traces, nets, vertices);
-  return true;
+  return read_from(&DBRoot::traces, traces, nets, vertices);
 }
 
 bool DBZydata::read(std::vector<EM2DVia*>& vias, const Table<int, EM2DNet>& nets,
                     const Table<int, EM2DVertex>& vertices) {
-  currentRoot->vias->read(open_tree(), vias, nets, vertices);
-  currentRoot->polyVias->read(open_tree(), vias, nets, vertices);
-  return true;
+  read_from(&DBRoot::vias, vias, nets, vertices);
+  return read_from(&DBRoot::polyVias, vias, nets, vertices);
 }
 
 bool DBZydata::read(std::vector<EM2DShape*>& shapes, const Table<int, EM2DLayer>& layers,
                     const Table<int, EM2DNet>& nets, const std::string&) {
-  currentRoot->shapes->read(open_tree(), shapes, layers, nets);
-  return true;
+  return read_from(&DBRoot::shapes, shapes, layers, nets);
 }
 
 bool DBZydata::read(std::vector<EM2DVertex*>& vertices, const Table<int, EM2DLayer>&,
                     const Table<std::string, EM2DLayer>& layersByName) {
-  currentRoot->vertices->read(open_tree(), vertices, layersByName);
-  return true;
+  return read_from(&DBRoot::vertices, vertices, layersByName);
 }
 
 bool DBZydata::read(std::vector<EM2DSignal*>& signals, const Table<int, EM2DLayer>& layers) {
-  currentRoot->signals->read(open_tree(), signals, layers);
-  return true;
+  return read_from(&DBRoot::signals, signals, layers);
 }
 
-bool DBZydata::read(std::vector<EM2DLayer*>& layers) {
-  currentRoot->layers->read(open_tree(), layers);
-  return true;
-}
+bool DBZydata::read(std::vector<EM2DLayer*>& layers) { return read_from(&DBRoot::layers, layers); }
 
-bool DBZydata::read(std::vector<EM2DNet*>& nets) {
-  currentRoot->nets->read(open_tree(), nets);
-  return true;
-}
+bool DBZydata::read(std::vector<EM2DNet*>& nets) { return read_from(&DBRoot::nets, nets); }
 
 bool DBZydata::read(SImeshConfig* config) {
   UTIL_ASSERT(config != nullptr);
-  currentRoot->config->read(open_tree(), *config);
-  return true;
+  return read_from(&DBRoot::config, *config);
 }
 
 bool DBZydata::save(const std::string& name) {

@@ -9,10 +9,13 @@ namespace {
 
 }  // namespace
 
-bool DBZydata::write(SImesh2D*, const std::vector<std::map<EM2DVia*, int>>&, const std::vector<EM2DShape*>&) { unavailable(); }
+bool DBZydata::write(SImesh2D*, const std::vector<std::map<EM2DVia*, int>>&, const std::vector<EM2DShape*>&) {
+  unavailable();
+}
 
 bool DBZydata::read(SImesh2D*, ViaTable&, const Table<int, EM2DLayer>&, const Table<int, EM2DNet>&,
-                    const Table<std::string, EM2DVia>&, std::vector<EM2DShape*>*, std::vector<std::map<EM2DVia*, int>>*) {
+                    const Table<std::string, EM2DVia>&, std::vector<EM2DShape*>*,
+                    std::vector<std::map<EM2DVia*, int>>*) {
   unavailable();
 }
 

@@ -1,10 +1,10 @@
 // The bytes of one message transfer, in as few system calls as possible.
 //
-// Buffers are added in order and then moved in order. Each goes to or comes from its own memory; only small ones that
-// are sent are copied side by side into staging blocks, so that thousands of them need one call. Buffers collect in
-// segments, and a segment is one system call: it closes when it has as many buffers or as many bytes as one call may
-// move, and a buffer that reaches beyond the byte limit continues in the next one. Empty buffers take no place. Every
-// byte must go through: a call that moves fewer throws.
+// Buffers are added in order and then moved in order. Each goes to or comes from its own memory; only those below
+// 128 bytes that are sent are copied side by side into staging blocks, so that thousands of them need one call. Buffers
+// collect in segments, and a segment is one system call: it closes when it has as many buffers or as many bytes as one
+// call may move, and a buffer that reaches beyond the byte limit continues in the next one. Empty buffers take no
+// place. Every byte must go through: a call that moves fewer throws.
 #pragma once
 
 #include <cstddef>

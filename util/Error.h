@@ -24,6 +24,10 @@ class CORVANE_API Error : public std::exception {
   /// Takes a text that is already complete: it is no format and is never cut.
   explicit Error(std::string text);
 
+  // Copies share the text. There is no move: what() of a moved-from error would have nothing to return.
+  Error(const Error&) = default;
+  Error& operator=(const Error&) = default;
+
   const char* what() const noexcept override;
 
  private:

@@ -27,7 +27,11 @@ std::uint64_t ArrayBase::checked_index(int i) const {
 }
 
 void ArrayBase::check_resizable() const {
-  if (is_slice()) throw Util::Error("can't modify the size of an array slice");
+  if (is_slice()) throw Util::Error(std::string(kSliceRefusal));
+}
+
+void ArrayBase::check_whole() const {
+  if (is_slice() || d_count != kToTheEnd) throw Util::Error(std::string(kSliceRefusal));
 }
 
 void ArrayBase::show_everything() {

@@ -24,6 +24,7 @@ namespace ZyData {
 
 /// A count that shows everything up to the end.
 inline constexpr std::uint64_t kToTheEnd = ~std::uint64_t{0};
+inline constexpr const char* kSliceRefusal = "can't modify the size of an array slice";
 
 class CORVANE_API ArrayBase : public DataObj, public Column {
  public:
@@ -47,6 +48,8 @@ class CORVANE_API ArrayBase : public DataObj, public Column {
   /// size.
   std::uint64_t checked_index(int i) const;
   void check_resizable() const;
+  /// Throws for a slice and for an array that does not show everything: a column must grow with its vector.
+  void check_whole() const;
   void show_everything();
   /// Elements of the range that lie in the vector, for a view of `count` elements from `first`.
   std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const;

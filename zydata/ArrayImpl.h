@@ -187,7 +187,7 @@ void ArrayBase2<T, VectorT>::reserve_rows(std::uint64_t rows, std::uint64_t /*sa
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::append_strided(const void* first, std::size_t stride, std::uint64_t count) {
-  check_resizable();
+  check_whole();
   const char* source = static_cast<const char*>(first);
   T* target = d_vector->append_for_overwrite(count);
   for (std::uint64_t i = 0; i < count; ++i, source += stride) std::memcpy(target + i, source, sizeof(T));
@@ -195,12 +195,13 @@ void ArrayBase2<T, VectorT>::append_strided(const void* first, std::size_t strid
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::append_defaults(std::uint64_t count) {
+  check_whole();
   resize(size() + count);
 }
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::truncate_rows(std::uint64_t rows) noexcept {
-  d_vector->truncate(std::min(rows, d_vector->size()));
+  if (rows < size()) d_vector->truncate(start() + rows);
 }
 
 template <class T, class VectorT>

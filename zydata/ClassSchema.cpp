@@ -40,17 +40,27 @@ void ClassSchemaBase::add_field(std::shared_ptr<Schema> field_schema) {
 }
 
 void ClassSchemaBase::add_member(std::shared_ptr<Schema> field_schema, std::shared_ptr<ClassFieldAccess> accessor) {
-  d_accessors.reserve(d_accessors.size() + 1);
-  Schema::add_field(std::move(field_schema));
+  if (accessor->usable()) std::erase(d_members_without_field, field_schema->name());
   d_accessors.push_back(std::move(accessor));
+  try {
+    Schema::add_field(std::move(field_schema));
+  } catch (...) {
+    d_accessors.pop_back();
+    throw;
+  }
 }
 
 void ClassSchemaBase::clear_fields() {
-  Schema::clear_fields();
+  check_field_access();
+  for (std::size_t i = 0; i < d_accessors.size(); ++i) {
+    if (d_accessors[i]->usable()) d_members_without_field.push_back(fields()[i]->name());
+  }
   d_accessors.clear();
+  Schema::clear_fields();
 }
 
-// The file's fields replace the declared ones; accessors are found again by name, element type and kind.
+// The file's fields replace the declared ones; accessors are found again by name, element type and kind. A field takes
+// one accessor, so that two fields of one name keep their own members.
 std::uint32_t ClassSchemaBase::deserialize(SchemaTableReader& reader, const SchemaHeader& header) {
   const std::vector<std::shared_ptr<Schema>> declared = fields();
   const std::vector<std::shared_ptr<ClassFieldAccess>> declared_accessors = std::move(d_accessors);
@@ -58,12 +68,14 @@ std::uint32_t ClassSchemaBase::deserialize(SchemaTableReader& reader, const Sche
   const std::uint32_t next = Schema::deserialize(reader, header);
   d_members_without_field.clear();
   for (std::size_t i = 0; i < declared.size(); ++i) {
-    const auto found = std::find_if(fields().begin(), fields().end(),
-                                    [&](const auto& stored) { return is_same_field(*stored, *declared[i], kind()); });
-    if (found == fields().end()) {
-      d_members_without_field.push_back(declared[i]->name());
+    std::size_t at = 0;
+    while (at < fields().size() &&
+           (d_accessors[at] != no_access() || !is_same_field(*fields()[at], *declared[i], kind())))
+      ++at;
+    if (at < fields().size()) {
+      d_accessors[at] = declared_accessors[i];
     } else {
-      d_accessors[static_cast<std::size_t>(found - fields().begin())] = declared_accessors[i];
+      d_members_without_field.push_back(declared[i]->name());
     }
   }
   return next;
@@ -78,7 +90,9 @@ void ClassSchemaBase::check_holds_all_members() const {
 }
 
 std::shared_ptr<Schema> ClassSchemaBase::record_form() const {
-  std::shared_ptr<Schema> result = clone(nullptr);
+  const auto result = std::dynamic_pointer_cast<ClassSchemaBase>(clone(nullptr));
+  result->clear_fields();
+  for (std::size_t i = 0; i < d_accessors.size(); ++i) result->add_member(fields()[i]->clone(nullptr), d_accessors[i]);
   const std::uint32_t kind = (this->kind() & ~kKindFrame) | kKindRecord;
   result->set_kind_and_factory(kind, find_factory(type_name(), kind)->copy());
   return result;

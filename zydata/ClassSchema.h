@@ -51,7 +51,7 @@ class CORVANE_API ClassSchemaBase : public Schema {
 
  private:
   std::vector<std::shared_ptr<ClassFieldAccess>> d_accessors;  // one per field
-  std::vector<std::string> d_members_without_field;            // after reading a file whose fields differ
+  std::vector<std::string> d_members_without_field;            // after fields were taken away or a file's differ
 };
 
 /// The schema of structure T.

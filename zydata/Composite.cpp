@@ -1,5 +1,6 @@
 #include "zydata/Composite.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "util/Error.h"
@@ -28,6 +29,13 @@ std::shared_ptr<Schema> renamed(const std::shared_ptr<Schema>& schema, const std
   return copy;
 }
 
+/// True when objects of both schemas have the same fields and contribute the same frames.
+bool is_same_shape(const Schema& a, const Schema& b) {
+  return a.type_name() == b.type_name() && a.kind() == b.kind() &&
+         std::equal(a.fields().begin(), a.fields().end(), b.fields().begin(), b.fields().end(),
+                    [](const auto& x, const auto& y) { return x->name() == y->name() && is_same_shape(*x, *y); });
+}
+
 }  // namespace
 
 std::uint64_t checked_child_index(std::int64_t index, std::uint64_t count, const char* negative_text,
@@ -46,6 +54,7 @@ Composite::Composite(std::shared_ptr<Schema> schema, std::vector<std::shared_ptr
 
 void Composite::add_field(const std::string& name, std::shared_ptr<Schema> new_schema) {
   schema()->check_new_field_name(name);
+  if (new_schema == nullptr) throw Util::Error("no schema was given for field '%s'", name.c_str());
   std::shared_ptr<Schema> form = renamed(field_form(new_schema), name);
   if (form->factory() == nullptr) throw Util::Error("schema \"%s\" has no data factory", name.c_str());
   std::shared_ptr<DataObj> new_child = form->factory()->create_from(form);
@@ -56,9 +65,11 @@ void Composite::add_field(const std::string& name, std::shared_ptr<Schema> new_s
 void Composite::add_field(const std::string& name, std::shared_ptr<DataObj> data) {
   schema()->check_new_field_name(name);
   if (data == nullptr) throw Util::Error("no data object was given for field '%s'", name.c_str());
+  check_not_above(*data);
   accept(*data, false);
   std::shared_ptr<Schema> form = renamed(data->schema(), name);
-  append_child(std::move(form), std::move(data));
+  append_child(form, data);
+  describe_by(*data, std::move(form));  // what is later added to the object must reach this object's schema
 }
 
 void Composite::append_child(std::shared_ptr<Schema> form, std::shared_ptr<DataObj> new_child) {
@@ -72,11 +83,12 @@ void Composite::append_child(std::shared_ptr<Schema> form, std::shared_ptr<DataO
 void Composite::set_field(const std::string& name, std::shared_ptr<DataObj> data) {
   const std::shared_ptr<DataObj> old = find_path(name);
   const auto place = static_cast<std::size_t>(schema()->field_index(name));
-  const bool fits_here = data != nullptr && place < d_children.size() &&
-                         data->schema()->type_name() == old->schema()->type_name() &&
-                         data->schema()->kind() == old->schema()->kind();
+  const bool fits_here =
+      data != nullptr && place < d_children.size() && is_same_shape(*data->schema(), *schema()->fields()[place]);
   if (!fits_here) throw Util::Error("the data object given for field '%s' is of another type", name.c_str());
+  check_not_above(*data);
   accept(*data, false);
+  describe_by(*data, schema()->fields()[place]);
   d_children[place] = std::move(data);
   const std::shared_ptr<DataObj> self = weak_from_this().lock();
   if (self != nullptr) d_children[place]->build_traverse_hierarchy(d_children[place], self);
@@ -137,11 +149,29 @@ void Composite::on_attached(std::shared_ptr<DataObj> root) {
   for (const auto& part : d_children) part->on_attached(root);
 }
 
-void Composite::vectorize_children(FrameList& frames) {
-  if (static_cast<std::uint64_t>(schema()->field_count()) != d_children.size()) {
-    throw Util::Error("object \"%s\" has %zu fields, its schema describes %ld", schema()->name().c_str(),
-                      d_children.size(), schema()->field_count());
+void Composite::check_not_above(const DataObj& data) const {
+  for (const DataObj* at = this;; at = at->parent().get()) {
+    if (at == &data) throw Util::Error("object \"%s\" can't become a part of itself", data.schema()->name().c_str());
+    if (at->parent() == nullptr || at->parent().get() == at) return;
   }
+}
+
+void Composite::check_described() const {
+  const auto& fields = schema()->fields();
+  if (fields.size() != d_children.size()) {
+    throw Util::Error("object \"%s\" has %zu fields, its schema describes %zu", schema()->name().c_str(),
+                      d_children.size(), fields.size());
+  }
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const auto& own = d_children[i]->schema();
+    if (own == fields[i] || is_same_shape(*own, *fields[i])) continue;
+    throw Util::Error("field '%s' of object \"%s\" is not what its schema describes", fields[i]->name().c_str(),
+                      schema()->name().c_str());
+  }
+}
+
+void Composite::vectorize_children(FrameList& frames) {
+  check_described();
   for (const auto& part : d_children) part->vectorize(frames, part);
 }
 

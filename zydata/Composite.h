@@ -20,9 +20,10 @@ class CORVANE_API Composite : public DataObj {
   // --------------------------------------------------------------------------
   /// Adds a new, empty child. A declared class schema becomes a frame of its rows.
   void add_field(const std::string& name, std::shared_ptr<Schema> schema) override;  // 9
-  /// Adds an existing object as a child; its schema enters this object's schema under `name`.
+  /// Adds an existing object as a child; its schema enters this object's schema. An object of another name gets a copy
+  /// of its schema under `name`.
   void add_field(const std::string& name, std::shared_ptr<DataObj> data) override;  // 10
-  /// Replaces a child by an object of the same element type and kind.
+  /// Replaces a child by an object of the same element type, kind and fields.
   void set_field(const std::string& name, std::shared_ptr<DataObj> data) override;  // 11
   void set_field(const std::string& name, const GenericValue& value) override;      // 12
   void set_field(const std::string& name, const std::vector<std::int32_t>& offsets,
@@ -57,7 +58,10 @@ class CORVANE_API Composite : public DataObj {
   /// Throws unless new content for a field may have this many elements.
   virtual void check_elements(std::uint64_t count) const = 0;
 
-  /// Appends the children's frames. Throws Util::Error when the schema has other fields than there are children.
+  /// Throws Util::Error unless the schema has exactly the children as fields: objects that share a schema may have
+  /// changed it.
+  void check_described() const;
+  /// Appends the children's frames, after that check.
   void vectorize_children(FrameList& frames);
   std::uint64_t children_size_bytes() const;
   /// The schema of `ids` among the fields, and their children, shared.
@@ -66,6 +70,8 @@ class CORVANE_API Composite : public DataObj {
 
  private:
   void append_child(std::shared_ptr<Schema> schema, std::shared_ptr<DataObj> new_child);
+  /// Throws Util::Error when `data` is this object or one that holds it.
+  void check_not_above(const DataObj& data) const;
 
   std::vector<std::shared_ptr<DataObj>> d_children;
 };

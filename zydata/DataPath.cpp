@@ -18,13 +18,19 @@ std::string missing_field_text(const Schema& schema, std::string_view name) {
   return text + ")";
 }
 
+/// What follows the slash at `slash`. Two slashes in a row have an empty step between them: nothing is handed on.
+std::string_view path_behind(std::string_view name, std::size_t slash) {
+  const std::string_view tail = name.substr(slash + 1);
+  return tail.starts_with('/') ? std::string_view() : tail;
+}
+
 }  // namespace
 
 std::shared_ptr<DataObj> DataObj::find_path(std::string_view name) {
   if (name.empty()) throw Util::Error("a name must be given to DataObj::find_path");
   if (name.front() == '/') throw Util::Error("only relative names supported by DataObj::find_path");
   const std::size_t slash = name.find('/');
-  if (slash != std::string_view::npos) return find_path(name.substr(0, slash))->find_path(name.substr(slash + 1));
+  if (slash != std::string_view::npos) return find_path(name.substr(0, slash))->find_path(path_behind(name, slash));
   if (name == "..") {
     if (d_parent != nullptr) return d_parent;
     throw Util::Error("relative path \"..\" only possible after call to 'build_traverse_hierarchy'");
@@ -41,7 +47,7 @@ std::shared_ptr<DataObj> DataObj::find_path_or_null(std::string_view name) {
   const std::size_t slash = name.find('/');
   if (slash != std::string_view::npos) {
     const std::shared_ptr<DataObj> head = find_path_or_null(name.substr(0, slash));
-    return head == nullptr ? nullptr : head->find_path_or_null(name.substr(slash + 1));
+    return head == nullptr ? nullptr : head->find_path_or_null(path_behind(name, slash));
   }
   if (name == "..") {
     if (d_parent == nullptr) UTIL_DEBUG_ASSERT("d_parent");

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "util/Error.h"
+#include "zydata/Array.h"
 #include "zydata/ClassSchema.h"
 #include "zydata/MemoryData.h"
 #include "zydata/Print.h"
@@ -29,8 +30,14 @@ void FrameBase::refresh() {
   d_rows = rows;
 }
 
+// Columns count from their vectors' element 0, also in a slice.
+std::uint64_t FrameBase::shown_rows(std::uint64_t first, std::uint64_t count) const {
+  if (!field_data().empty()) return field_data().front()->slice(first, count)->size();
+  return first >= d_rows ? 0 : std::min(count, d_rows - first);
+}
+
 std::shared_ptr<DataObj> FrameBase::slice(std::uint64_t first, std::uint64_t count) {
-  const std::uint64_t shown = first >= d_rows ? 0 : std::min(count, d_rows - first);
+  const std::uint64_t shown = shown_rows(first, count);
   std::vector<std::shared_ptr<DataObj>> parts;
   for (const auto& column : field_data()) parts.push_back(column->slice(first, shown));
   const std::shared_ptr<FrameBase> result = with_columns(schema(), std::move(parts), shown);
@@ -39,7 +46,7 @@ std::shared_ptr<DataObj> FrameBase::slice(std::uint64_t first, std::uint64_t cou
 }
 
 std::shared_ptr<DataObj> FrameBase::copy(std::uint64_t first, std::uint64_t count) {
-  const std::uint64_t shown = first >= d_rows ? 0 : std::min(count, d_rows - first);
+  const std::uint64_t shown = shown_rows(first, count);
   std::vector<std::shared_ptr<DataObj>> parts;
   for (const auto& column : field_data()) parts.push_back(column->copy(first, shown));
   return with_columns(schema(), std::move(parts), shown);
@@ -54,6 +61,7 @@ std::shared_ptr<DataObj> FrameBase::select(const std::vector<std::int32_t>& ids)
 }
 
 void FrameBase::vectorize(FrameList& frames, std::shared_ptr<DataObj> self) {
+  check_row_counts();
   frames.push_back(std::make_shared<FixedMemoryData>(&d_rows, sizeof d_rows, self));
   vectorize_children(frames);
 }
@@ -62,11 +70,8 @@ std::uint64_t FrameBase::size_bytes() const { return sizeof d_rows + children_si
 
 void FrameBase::finish() {
   Composite::finish();
-  for (const auto& column : field_data()) {
-    if (column->size() == d_rows) continue;
-    throw Util::Error("column \"%s\" of table \"%s\" has %lu rows, the table %lu", column->schema()->name().c_str(),
-                      schema()->name().c_str(), column->size(), d_rows);
-  }
+  columns();
+  check_row_counts();
 }
 
 void FrameBase::print(int indent) {
@@ -92,10 +97,11 @@ void FrameBase::truncate_rows(std::uint64_t rows) noexcept {
 }
 
 void FrameBase::append_structures(const void* first, std::size_t stride, std::uint64_t count) {
-  if (d_is_slice) throw Util::Error("can't modify the size of an array slice");
+  if (d_is_slice) throw Util::Error(std::string(kSliceRefusal));
   const auto* class_schema = dynamic_cast<const ClassSchemaBase*>(schema().get());
   if (class_schema == nullptr) throw Util::Error("table \"%s\" is not bound to a structure", schema()->name().c_str());
   class_schema->check_holds_all_members();
+  check_described();
   const std::vector<Column*> targets = columns();
   try {
     for (std::size_t i = 0; i < targets.size(); ++i) {
@@ -129,6 +135,14 @@ void FrameBase::accept(DataObj& new_column, bool created_here) {
 void FrameBase::check_elements(std::uint64_t count) const {
   if (count == d_rows) return;
   throw Util::Error("%lu elements do not fit table \"%s\" of %lu rows", count, schema()->name().c_str(), d_rows);
+}
+
+void FrameBase::check_row_counts() const {
+  for (const auto& column : field_data()) {
+    if (column->size() == d_rows) continue;
+    throw Util::Error("column \"%s\" of table \"%s\" has %lu rows, the table %lu", column->schema()->name().c_str(),
+                      schema()->name().c_str(), column->size(), d_rows);
+  }
 }
 
 std::vector<Column*> FrameBase::columns() const {

@@ -24,14 +24,15 @@ class CORVANE_API FrameBase : public Composite {
   /// Takes the row count over from the columns, after they were changed one by one. Throws Util::Error when they
   /// differ.
   void refresh() override;  // 2
-  /// A frame that shows the rows [first, first + count) of every column, as far as there are such rows. It can't be
-  /// appended to.
+  /// A frame that shows the rows [first, first + count) of every column, as far as there are such rows; as for arrays,
+  /// `first` counts from the columns' vectors' element 0. It can't be appended to.
   std::shared_ptr<DataObj> slice(std::uint64_t first, std::uint64_t count) override;  // 3
   std::shared_ptr<DataObj> copy(std::uint64_t first, std::uint64_t count) override;   // 4
   std::shared_ptr<DataObj> select(const std::shared_ptr<DataObj>& ids) override;      // 7
   /// A frame of the columns whose indices are listed; they are shared, not copied.
   std::shared_ptr<DataObj> select(const std::vector<std::int32_t>& ids) override;  // 8
-  void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override;  // 29: the row count, then the columns
+  /// The row count, then the columns. Throws Util::Error for columns of unequal length.
+  void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override;  // 29
   std::uint64_t size_bytes() const override;                                  // 30
   void finish() override;                                 // 32: throws for columns of unequal length
   void print(int indent) override;                        // 36
@@ -59,6 +60,9 @@ class CORVANE_API FrameBase : public Composite {
                                                   std::uint64_t rows) const = 0;
 
  private:
+  std::uint64_t shown_rows(std::uint64_t first, std::uint64_t count) const;
+  void check_row_counts() const;
+  /// The children as columns; throws when one is none.
   std::vector<Column*> columns() const;
 
   std::uint64_t d_rows = 0;

@@ -53,8 +53,9 @@ void print_value(std::ostream& stream, const T& value) {
   }
 }
 
+// Exported, so that a program and the library share the one instance of a type.
 template <class T>
-class GenericTypeT final : public GenericType {
+class CORVANE_API GenericTypeT final : public GenericType {
  public:
   /// The one descriptor of T.
   static const GenericTypeT& instance() {

@@ -21,4 +21,9 @@ GenericValue::GenericValue(std::string text) : d_size(kScalar), d_type(&GenericT
   d_data = std::shared_ptr<const void>(holder, &holder->pointer);
 }
 
+std::string_view GenericValue::text() const {
+  const char* pointer = as<const char*>();
+  return pointer == nullptr ? std::string_view() : std::string_view(pointer);
+}
+
 }  // namespace ZyData

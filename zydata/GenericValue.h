@@ -34,10 +34,13 @@ class CORVANE_API GenericValue {
   GenericValue(const T* data, std::size_t n)
       : d_data(copy_of(data, n)), d_size(static_cast<std::int64_t>(n)), d_type(&GenericTypeT<T>::instance()) {}
 
-  /// `n` values in the caller's memory, which must outlive this value and its copies.
+  /// `n` values in the caller's memory, which must outlive this value and its copies; an `n` of -1 means a single
+  /// value.
   template <class T>
   GenericValue(const T* data, std::size_t n, NoCopy)
-      : d_data(data, [](const void*) {}), d_size(static_cast<std::int64_t>(n)), d_type(&GenericTypeT<T>::instance()) {}
+      : d_data(data, [](const void*) {}), d_size(static_cast<std::int64_t>(n)), d_type(&GenericTypeT<T>::instance()) {
+    UTIL_ASSERT(d_size >= kScalar);
+  }
 
   /// A text, copied; its element type is `const char*`.
   explicit GenericValue(std::string text);
@@ -56,11 +59,15 @@ class CORVANE_API GenericValue {
   bool holds() const {
     return std::type_index(typeid(T)) == d_type->type_id();
   }
-  /// The first element. A wrong T is a programming error and ends the program.
+  /// The first element. A wrong T, or a run without elements, is a programming error and ends the program.
   template <class T>
   const T& as() const {
-    return elements<T>()[0];
+    const std::span<const T> all = elements<T>();
+    UTIL_ASSERT(!all.empty());
+    return all[0];
   }
+  /// The first text; "" for a null one. A value that holds no text is a programming error and ends the program.
+  std::string_view text() const;
   /// All elements. A wrong T is a programming error and ends the program.
   template <class T>
   std::span<const T> elements() const {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "util/Assert.h"
+#include "util/Error.h"
 #include "zydata/ClassSchema.h"
 #include "zydata/Print.h"
 #include "zydata/Schema.h"
@@ -18,7 +19,10 @@ std::vector<std::shared_ptr<DataObj>> RecordBase::split(std::uint64_t n) {
   std::vector<std::vector<std::shared_ptr<DataObj>>> pieces(n);
   for (const auto& part : field_data()) {
     const std::vector<std::shared_ptr<DataObj>> split_part = part->split(n);
-    for (std::uint64_t i = 0; i < n; ++i) pieces[i].push_back(split_part[i]);
+    for (std::uint64_t i = 0; i < n; ++i) {
+      if (split_part[i] == nullptr) throw Util::Error("field '%s' can't be split", part->schema()->name().c_str());
+      pieces[i].push_back(split_part[i]);
+    }
   }
   std::vector<std::shared_ptr<DataObj>> records;
   for (auto& children : pieces) records.push_back(with_children(schema(), std::move(children)));

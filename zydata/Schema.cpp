@@ -33,15 +33,17 @@ Schema::~Schema() = default;
 
 std::shared_ptr<Schema> Schema::clone(std::shared_ptr<Schema> target) const {
   if (target == nullptr) target = create();
+  if (target.get() == this) return target;
+  if (!target->d_fields.empty()) target->clear_fields();
   target->d_name = d_name;
   target->d_second_text = d_second_text;
   target->d_type_name = d_type_name;
   target->d_type_identity = d_type_identity;
   target->d_kind = d_kind;
   target->d_further_word = d_further_word;
-  target->d_fields = d_fields;
   target->d_factory = d_factory;
   target->touch();
+  for (const auto& field_schema : d_fields) target->add_field(field_schema);  // its class may keep more per field
   return target;
 }
 
@@ -154,6 +156,8 @@ void Schema::add_frame(const Schema& class_schema) {
 }
 
 std::shared_ptr<Schema> Schema::vector_form() const {
+  if ((d_kind & kKindHasFields) == 0 && d_factory == nullptr)
+    throw Util::Error("schema \"%s\" has no data factory", d_name.c_str());
   std::shared_ptr<Schema> result = clone(nullptr);
   if ((d_kind & kKindHasFields) != 0) {
     const std::uint32_t kind = (d_kind & ~kKindRecord) | kKindFrame;

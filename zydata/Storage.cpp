@@ -20,10 +20,11 @@ std::size_t saturated_product(std::uint64_t count, std::uint64_t size) {
   return __builtin_mul_overflow(count, size, &bytes) ? std::numeric_limits<std::size_t>::max() : bytes;
 }
 
-/// Advice covers whole huge pages only, so that a block's last part never takes more memory than it has bytes.
+/// An aligned block's size must be a multiple of its alignment. Advice covers the huge pages that are needed whole, so
+/// that the last part takes no more memory than it has bytes.
 void* allocate_large(std::size_t bytes) {
   if (bytes > std::numeric_limits<std::size_t>::max() / 2) return nullptr;
-  void* block = std::aligned_alloc(kHugePage, bytes);
+  void* block = std::aligned_alloc(kHugePage, (bytes + kHugePage - 1) / kHugePage * kHugePage);
   if (block != nullptr) Util::platform().advise_huge_pages(block, bytes / kHugePage * kHugePage);
   return block;
 }
@@ -44,7 +45,10 @@ VStorageBase::~VStorageBase() = default;
 
 void* VCpuMem::reallocate(void* old_data, std::uint64_t /*old_capacity*/, std::uint64_t new_capacity,
                           std::uint64_t size) {
-  if (new_capacity == 0) return nullptr;
+  if (new_capacity == 0) {
+    std::free(old_data);
+    return nullptr;
+  }
   const std::uint64_t kept = std::min(size, new_capacity);
   UTIL_ASSERT_AT(kept == 0 || old_data != nullptr, "old_p", "Storage", 41);
   const std::size_t bytes = saturated_product(new_capacity, d_element_size);

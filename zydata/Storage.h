@@ -36,7 +36,7 @@ class CORVANE_API VStorageBase {
   virtual std::uint64_t min_capacity() const = 0;  // 7: elements of the smallest growth
   virtual bool available() const = 0;              // 8
   /// Moves the elements into a block for `new_capacity` of them, of which `size` are in use. Null when memory is
-  /// exhausted; the old block is then untouched.
+  /// exhausted; the old block is then untouched. For no capacity at all the block is freed.
   virtual void* reallocate(void* old_data, std::uint64_t old_capacity, std::uint64_t new_capacity,
                            std::uint64_t size) = 0;                                  // 9
   virtual void release(void* data, std::uint64_t capacity, std::uint64_t size) = 0;  // 10

@@ -32,7 +32,7 @@ void StringData::set_field(const std::string& name, std::string_view text) {
   set(text);
 }
 
-void StringData::set_value(const GenericValue& value) { d_text = value.as<const char*>(); }
+void StringData::set_value(const GenericValue& value) { set(value.text()); }
 
 bool StringData::fits(std::uint64_t n) try {
   d_text.resize(n);
@@ -69,9 +69,9 @@ void StringArray::set_field(const std::string& name, const std::vector<std::stri
 
 GenericValue StringArray::get(int i) const { return GenericValue(std::string(run(static_cast<std::uint64_t>(i)))); }
 
-void StringArray::set(int i, const GenericValue& value) { set(static_cast<std::uint64_t>(i), value.as<const char*>()); }
+void StringArray::set(int i, const GenericValue& value) { set(static_cast<std::uint64_t>(i), value.text()); }
 
-void StringArray::push_back(const GenericValue& value) { append(value.as<const char*>()); }
+void StringArray::push_back(const GenericValue& value) { append(value.text()); }
 
 void StringArray::print(int indent) { print(std::cout, indent); }
 

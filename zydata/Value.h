@@ -30,14 +30,17 @@ class Value final : public DataObj {
   T set(T value) { return d_value = value; }
 
   void* data() override { return &d_value; }  // 22
-  GenericValue value() const override { return GenericValue(&d_value, 1, NoCopy()); }
-  void set_value(const GenericValue& value) override { d_value = value.as<T>(); }
-  void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override {  // 29
+  GenericValue value() const override {       // 25
+    return GenericValue(&d_value, static_cast<std::size_t>(-1), NoCopy());
+  }
+  void set_value(const GenericValue& value) override { d_value = value.as<T>(); }  // 26
+  void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override {      // 29
     if constexpr (!kIsBasicType<T> && !std::is_enum_v<T>)
       check_storable_structure(element_type_name<T>(), schema()->kind());
     frames.push_back(std::move(self));
   }
   std::uint64_t size_bytes() const override { return sizeof(T); }  // 30
+  bool fits(std::uint64_t n) override { return n == sizeof(T); }   // 31: neither more nor less
   void finish() override {                                         // 32
     if constexpr (std::is_same_v<T, bool>) d_value = *reinterpret_cast<const unsigned char*>(&d_value) != 0;
   }

@@ -47,6 +47,10 @@ VarArrayBase::Range VarArrayBase::values_of(std::uint64_t first, std::uint64_t c
 
 void VarArrayBase::check_modifiable() const { UTIL_ASSERT_TEXT(d_count == kToTheEnd, "siz == (size_t)~0"); }
 
+void VarArrayBase::check_whole() const {
+  if (d_start != 0 || d_count != kToTheEnd) throw Util::Error(std::string(kSliceRefusal));
+}
+
 void VarArrayBase::check_in_order(std::uint64_t i, const char* refusal) const {
   const std::uint64_t k = d_start + i;
   UTIL_ASSERT(i < size());
@@ -74,8 +78,8 @@ void VarArrayBase::grow_elements(std::uint64_t n) {
 
 void VarArrayBase::drop_elements(std::uint64_t n) noexcept {
   settle();
-  d_offsets->entries.truncate(n + 1);
-  d_offsets->filled = std::min(d_offsets->filled, n);
+  d_offsets->entries.truncate(d_start + n + 1);
+  d_offsets->filled = std::min(d_offsets->filled, d_start + n);
 }
 
 void VarArrayBase::settle() const noexcept {

@@ -64,6 +64,8 @@ class CORVANE_API VarArrayBase : public DataObj, public Column {
   /// Elements of the offsets that a view of `count` elements from `first` shows.
   std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const;
   void check_modifiable() const;
+  /// Throws for a view: a column must grow with its vectors.
+  void check_whole() const;
   void check_in_order(std::uint64_t i, const char* refusal) const;
   void check_room(std::uint64_t values) const;
   void store_end(std::uint64_t i);

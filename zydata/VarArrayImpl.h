@@ -56,6 +56,7 @@ void RunArray<T, Run>::concat(const DataObj& other) {
   if (source == nullptr)
     throw Util::Error("only an array of the same type can be appended to \"%s\"", schema()->name().c_str());
   const std::uint64_t count = source->size();
+  check_room(source->values().size());
   for (std::uint64_t i = 0; i < count; ++i) append(source->run(i));
 }
 
@@ -98,7 +99,8 @@ void RunArray<T, Run>::set(std::uint64_t i, Run values) {
 
 template <class T, class Run>
 void RunArray<T, Run>::resize(std::uint64_t n) {
-  UTIL_ASSERT_TEXT(n >= size(), "siz>=size()");
+  check_modifiable();
+  UTIL_ASSERT_TEXT(n >= offset_vector()->size() - 1, "siz>=size()");
   settle();
   grow_elements(n);
   reset_view();
@@ -144,7 +146,7 @@ void RunArray<T, Run>::reserve_rows(std::uint64_t rows, std::uint64_t sample) {
 
 template <class T, class Run>
 void RunArray<T, Run>::append_strided(const void* first, std::size_t stride, std::uint64_t count) {
-  check_modifiable();
+  check_whole();
   const auto run_at = [&](std::uint64_t i) -> const Run& {
     return *reinterpret_cast<const Run*>(static_cast<const char*>(first) + i * stride);
   };
@@ -170,7 +172,7 @@ void RunArray<T, Run>::append_strided(const void* first, std::size_t stride, std
 
 template <class T, class Run>
 void RunArray<T, Run>::append_defaults(std::uint64_t count) {
-  check_modifiable();
+  check_whole();
   settle();
   grow_elements(size() + count);
   shared_offsets()->filled = offset_vector()->size() - 1;

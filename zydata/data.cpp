@@ -96,8 +96,10 @@ void DataObj::on_access() { does_nothing(); }
 void DataObj::reserved_35() { does_nothing(); }
 
 void DataObj::print(int indent) {
+  const std::uint64_t size = size_bytes();
+  const void* bytes = size == 0 ? nullptr : data();
   std::cout << indent_text(indent) << "unknown type ";
-  print_bytes(std::cout, data(), size_bytes());
+  print_bytes(std::cout, bytes, bytes == nullptr ? 0 : size);
   std::cout << std::endl;
 }
 

@@ -17,6 +17,7 @@
 #include <string>
 #include <string_view>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "util/Export.h"
@@ -134,6 +135,10 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
 
   /// Takes the parent links of this object and of everything below it away.
   void clear_hierarchy();
+
+ protected:
+  /// Lets `object` be described by `schema`, which describes the same data.
+  static void describe_by(DataObj& object, std::shared_ptr<Schema> schema) { object.d_schema = std::move(schema); }
 
  private:
   [[noreturn]] static void throw_type_mismatch(const std::string& name, const std::type_info& requested,

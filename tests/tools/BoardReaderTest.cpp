@@ -43,6 +43,14 @@ TEST(BoardLayers, CopperIsFoundAndOrderedAsTheVersionHasIt) {
       (Names{"F.Cu", "In1.Cu", "In10.Cu", "B.Cu"}));
 }
 
+TEST(BoardLayers, ThereAreAtMost32OfCopper) {
+  std::string layers;
+  for (int i = 1; i <= 32; ++i) layers.append("(9 In").append(std::to_string(i)).append(".Cu signal)");
+  EXPECT_EQ(copper_names(kVersion9, layers).size(), 32u);
+  EXPECT_EQ(BoardTexts::board_error("(kicad_pcb (version 20241229) (layers (0 F.Cu signal)" + layers + "))"),
+            "b.kicad_pcb:1:31: the board has more than 32 copper layers");
+}
+
 TEST(BoardLayers, RenamedCopperAnswersToItsStandardNameToo) {
   const Board board = board_of(
       "(kicad_pcb (version 4) (layers (0 Dessus signal) (2 GND1 power) (31 Dessous signal)) (net 0 \"\")"
@@ -83,7 +91,8 @@ TEST(BoardHeights, ComeFromTheStackupOrFromEqualGaps) {
 
 TEST(BoardNets, GoByNumberWhileTheyAreDeclared) {
   const Board board = two_layer_board(kVersion9, R"((net 9 "5") (segment (start 0 0) (end 1 0) (layer F.Cu) (net 9))
-    (segment (start 0 0) (end 1 0) (layer F.Cu)) (footprint "x" (at 0 0) (pad "1" smd rect (at 0 0) (layers "F.Cu") (net 2 "SIG"))))");
+    (segment (start 0 0) (end 1 0) (layer F.Cu))
+    (footprint "x" (at 0 0) (pad "1" smd rect (at 0 0) (layers "F.Cu") (net 2 "SIG"))))");
   ASSERT_EQ(board.nets.size(), 4u);
   EXPECT_EQ(board.nets[3].id, 9);
   EXPECT_EQ(board.nets[3].name, "5");
@@ -95,8 +104,10 @@ TEST(BoardNets, GoByNumberWhileTheyAreDeclared) {
 TEST(BoardNets, GoByNameInOrderOfAppearanceWithoutDeclaration) {
   const Board board =
       two_layer_board(kVersion10, R"((footprint "x" (at 0 0) (pad "1" smd rect (at 0 0) (layers "F.Cu") (net "2")))
-    (gr_line (start 0 0) (end 1 1) (layer "F.Cu") (net "line")) (segment (start 0 0) (end 1 0) (layer "F.Cu") (net "GND"))
-    (via (at 0 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net "")) (via (at 0 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net "a\"b"))
+    (gr_line (start 0 0) (end 1 1) (layer "F.Cu") (net "line"))
+    (segment (start 0 0) (end 1 0) (layer "F.Cu") (net "GND"))
+    (via (at 0 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net ""))
+    (via (at 0 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net "a\"b"))
     (via (at 0 0) (drill 0.3) (layers "F.Cu" "B.Cu")) (zone (net "2") (layer "B.Cu")))");
   std::vector<std::string> names;
   for (const NetTable::Net& net : board.nets) names.push_back(std::to_string(net.id) + net.name);
@@ -121,7 +132,8 @@ TEST(BoardTracks, TakeTheirCopperLayerFromEitherForm) {
       kVersion9, R"((segment locked (start 1 2) (end 3.5 2) (width 0.25) (layer "B.Cu") (net 1) (tstamp 0))
     (segment (start 1 2) (end 3 2) (width 1) (layers "F.Mask" "F.Cu") (net 1) (locked yes))
     (arc (start 0 0) (mid 1 1) (end 2 0) (width 0.2) (layer "F.Cu") (net 2))
-    (segment (start 0 0) (end 1 1) (layer "F.SilkS") (net 1)) (segment (start 0 0) (end 1 1) (layer "User.9") (net 1)))");
+    (segment (start 0 0) (end 1 1) (layer "F.SilkS") (net 1))
+    (segment (start 0 0) (end 1 1) (layer "User.9") (net 1)))");
   ASSERT_EQ(board.tracks.size(), 3u);
   EXPECT_EQ(board.tracks[0].layer, 1);
   EXPECT_EQ(board.tracks[0].end, (Point{3'500'000, 2'000'000}));
@@ -136,8 +148,10 @@ TEST(BoardVias, TakeAMissingDrillFromTheirNetClass) {
   const Board board =
       two_layer_board(kVersion5, R"((net_class Default "" (via_drill 0.4) (uvia_drill 0.1) (add_net SIG))
     (net_class Wide "" (via_drill 0.8) (add_net "GND"))
-    (via (at 0 0) (layers F.Cu B.Cu) (net 1)) (via (at 0 0) (layers F.Cu B.Cu) (net 2)) (via micro (at 0 0) (layers F.Cu B.Cu) (net 2))
-    (via micro (at 0 0) (layers F.Cu B.Cu) (net 1)) (via blind (at 0 0) (drill 0.00001) (layers B.Cu F.Cu) (net 0)) (via (at 0 0)))");
+    (via (at 0 0) (layers F.Cu B.Cu) (net 1)) (via (at 0 0) (layers F.Cu B.Cu) (net 2))
+    (via micro (at 0 0) (layers F.Cu B.Cu) (net 2))
+    (via micro (at 0 0) (layers F.Cu B.Cu) (net 1))
+    (via blind (at 0 0) (drill 0.00001) (layers B.Cu F.Cu) (net 0)) (via (at 0 0)))");
   std::vector<std::int64_t> drills;
   for (const Via& via : board.vias) drills.push_back(via.drill);
   EXPECT_EQ(drills, (std::vector<std::int64_t>{800'000, 400'000, 100'000, 100'000, 10, 400'000}));
@@ -220,7 +234,8 @@ TEST(BoardPads, WildcardsStandForCopperLayers) {
 TEST(BoardPads, CustomShapesKeepTheirPolygons) {
   const Board board =
       two_layer_board(kVersion6, R"((footprint "x" (at 0 0) (pad "1" smd custom (at 0 0) (size 1 1) (layers "F.Cu")
-    (options (clearance outline) (anchor rect)) (primitives (gr_poly (pts (xy 0 0) (xy 1 0) (xy 0 1)) (width 0)) (gr_line (start 0 0) (end 1 1))))
+    (options (clearance outline) (anchor rect))
+    (primitives (gr_poly (pts (xy 0 0) (xy 1 0) (xy 0 1)) (width 0)) (gr_line (start 0 0) (end 1 1))))
     (pad "2" smd custom (at 0 0) (layers "F.Cu") (padstack (mode custom)) (chamfer top_left))))");
   const std::vector<Pad>& pads = board.footprints[0].pads;
   EXPECT_EQ(pads[0].shape, PadShape::CustomOnRectangle);

@@ -32,8 +32,10 @@ std::string vertex_text(const EM2DVertex& vertex) {
 TEST(LayoutBuilder, OneVertexPerNetLayerAndPosition) {
   const Layout layout = layout_of(two_layer_board(
       kVersion,
-      R"((segment (start 0 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 1)) (segment (start 1 0) (end 2 0) (width 0.3) (layer "F.Cu") (net 1))
-    (segment (start 1 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 2)) (via (at 2 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net 1))
+      R"((segment (start 0 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 1))
+    (segment (start 1 0) (end 2 0) (width 0.3) (layer "F.Cu") (net 1))
+    (segment (start 1 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 2))
+    (via (at 2 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net 1))
     (footprint "x" (property "Reference" "J1") (at 0 0) (pad "A" smd rect (at 0 0) (size 1 1) (layers "F.Cu") (net 1))
     (pad "B" thru_hole circle (at 2 0) (size 1 1) (drill 0.5) (layers "*.Cu") (net 1))))"));
   std::vector<std::string> texts;

@@ -9,10 +9,13 @@
 namespace CorvaneTool {
 namespace {
 
-BoardFormat format_of(const Item& board) {
-  const Item version = board.find("version").atom(0);
-  if (!version) board.fail("the board has no version");
-  return {whole_number(version)};
+Board empty_board(const Tree& tree) {
+  const Item version = tree.root().find("version").atom(0);
+  if (!version) tree.root().fail("the board has no version");
+  Board board;
+  board.format.version = whole_number(version);
+  board.repaired_parentheses = tree.repairs();
+  return board;
 }
 
 Item layers_of(const Item& board) {
@@ -31,10 +34,10 @@ std::string_view graphic_kind(std::string_view head) {
 }  // namespace
 
 BoardReader::BoardReader(const Tree& tree)
-    : d_root(tree.root()), d_layers(layers_of(d_root), format_of(d_root)), d_nets(d_root, format_of(d_root)) {
-  d_board.format = format_of(d_root);
-  d_board.repaired_parentheses = tree.repairs();
-}
+    : d_root(tree.root()),
+      d_board(empty_board(tree)),
+      d_layers(layers_of(d_root), d_board.format),
+      d_nets(d_root, d_board.format) {}
 
 Board BoardReader::read() {
   const std::vector<double> heights = copper_heights(d_root, d_layers.copper().size());
@@ -117,7 +120,8 @@ Outline BoardReader::outline_of(const Item& points) {
     if (child.word() == "xy") {
       outline.push_back(point_of(child));
     } else if (child.word() == "arc") {
-      append_arc(outline, point_in(child, "start"), point_in(child, "mid"), point_in(child, "end"));
+      const Point start = point_in(child, "start"), middle = point_in(child, "mid");
+      append_arc(outline, start, middle, point_in(child, "end"));
     }
   }
   return outline;

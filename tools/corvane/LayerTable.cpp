@@ -11,6 +11,7 @@ namespace {
 
 constexpr int kNoCopperRank = -1;
 constexpr int kBottomRank = 1 << 20;
+constexpr std::size_t kMostCopper = 32;  // what the board format has ordinals and names for
 
 // The standard names of copper layers in stack order: F.Cu 0, In1.Cu 1, ..., B.Cu last.
 std::optional<int> standard_copper_rank(std::string_view name) {
@@ -74,6 +75,8 @@ void LayerTable::enter(const Item& layers, const std::vector<Entry>& entries) {
     if (is_copper) d_copper.push_back(entry.name);
   }
   if (d_copper.empty()) layers.fail("the board has no copper layer");
+  if (d_copper.size() > kMostCopper)
+    layers.fail("the board has more than " + std::to_string(kMostCopper) + " copper layers");
 }
 
 // Where names are free, the standard ones are understood besides.

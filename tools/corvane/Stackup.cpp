@@ -13,16 +13,18 @@ constexpr std::int64_t kUsualThickness = 1'600'000;  // nm, where the board give
 constexpr std::int64_t kUsualCopper = 35'000;
 constexpr std::int64_t kBothMasks = 20'000;
 
+// Sums are kept as doubles: exact for whole nanometres up to some thousand kilometres, and harmless beyond.
 struct StackLayer {
   bool is_copper;
-  std::int64_t thickness;  // nm
+  double thickness;  // nm
 };
 
 // A dielectric may consist of several sheets, each with a thickness of its own.
-std::int64_t total_thickness(const Item& layer) {
-  std::int64_t total = 0;
+double total_thickness(const Item& layer) {
+  double total = 0;
   for (const Item child : layer) {
-    if (child.is_list() && child.word() == "thickness" && child.atom(0)) total += nanometres(child.atom(0));
+    if (child.is_list() && child.word() == "thickness" && child.atom(0))
+      total += static_cast<double>(nanometres(child.atom(0)));
   }
   return total;
 }
@@ -40,9 +42,9 @@ std::vector<StackLayer> read_stackup(const Item& stackup) {
 // Nothing unless the stack has as many copper layers as the board.
 std::optional<std::vector<double>> stackup_heights(const std::vector<StackLayer>& stack, std::size_t copper_count) {
   std::vector<double> heights;
-  std::int64_t height = 0;  // nm above the bottom copper's lower face
+  double height = 0;  // nm above the bottom copper's lower face
   for (auto layer = stack.rbegin(); layer != stack.rend(); ++layer) {
-    if (layer->is_copper) heights.push_back(static_cast<double>(2 * height + layer->thickness) / 2e6);
+    if (layer->is_copper) heights.push_back((2 * height + layer->thickness) / 2e6);
     if (!heights.empty()) height += layer->thickness;
   }
   if (heights.size() != copper_count) return std::nullopt;

@@ -1,0 +1,374 @@
+// Rows of every kind: what goes in comes out.
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "facade/DBRoot.h"
+#include "tests/facade/Layout.h"
+#include "tests/support/TestSupport.h"
+#include "zydata/Array.h"
+#include "zydata/String.h"
+#include "zydata/TypeRegistry.h"
+#include "zydata/Value.h"
+#include "zydata/VarArray.h"
+
+namespace Mesh2DPlat {
+namespace {
+
+using TestSupport::describe;
+using TestSupport::fill;
+using TestSupport::Layout;
+using TestSupport::Owned;
+
+class Entities : public testing::Test {
+ protected:
+  Entities() { d_db.openem(false, "db"); }
+
+  /// Saves what is open and opens it again.
+  void reopen() {
+    d_db.save("db");
+    ASSERT_TRUE(d_db.openem(true, "db"));
+  }
+  template <class Object>
+  std::shared_ptr<Object> find(const std::string& path) const {
+    return currentRoot->tree->get<Object>(path);
+  }
+  std::vector<int> numbers(const std::string& path) const { return currentRoot->tree->find_path(path)->to_id_vector(); }
+
+  TestSupport::TempDir d_dir;
+  DBZydata d_db{d_dir.path()};
+};
+
+TEST_F(Entities, ComeBackEqualBitForBit) {
+  Layout written;
+  fill(written);
+  written.write(d_db);
+  for (const bool reopened : {false, true}) {
+    if (reopened) reopen();
+    Layout read;
+    EXPECT_TRUE(read.read(d_db));
+    EXPECT_EQ(describe(read), describe(written));
+  }
+}
+
+TEST_F(Entities, OfEmptyListsAreNone) {
+  Layout nothing;
+  nothing.write(d_db);
+  reopen();
+  Layout read;
+  read.config.setMode(3);
+  EXPECT_TRUE(read.read(d_db));
+  EXPECT_EQ(describe(read), describe(Layout()));
+}
+
+TEST_F(Entities, AreAppendedInTheirOrderByEveryWrite) {
+  Layout written;
+  fill(written);
+  written.write(d_db);
+  written.write(d_db);
+  reopen();
+  Owned<EM2DShape> shapes;
+  Owned<EM2DNet> nets;
+  d_db.read(nets);
+  d_db.read(shapes, written.layers.by(&EM2DLayer::id), nets.by(&EM2DNet::id), "");
+  std::string names;
+  for (const auto* shape : shapes) names += shape->name() + ",";
+  EXPECT_EQ(names, "outline,,dot,outline,,dot,");
+  EXPECT_EQ(numbers("emnet/id"), (std::vector<int>{1, 2, -7, 1, 2, -7}));
+}
+
+TEST_F(Entities, ByTheThousandComeBackInOrder) {
+  Layout written;
+  for (int i = 0; i < 100; ++i) written.layers.add(i, "layer " + std::to_string(i), i);
+  written.nets.add(4, EM2DNet::Type::Signal, "n");
+  for (int i = 0; i < 1500; ++i) {
+    const auto layer = [&](int k) { return k % 7 == 0 ? nullptr : written.layers[static_cast<std::size_t>(k % 100)]; };
+    written.vertices.add(i * 3 - 2000, std::string(static_cast<std::size_t>(i % 300), 'v'), i, -i, 0.5, i, layer(i),
+                         layer(2 * i), layer(i + 1), i);
+  }
+  const auto vertex = [&](int i) { return written.vertices[static_cast<std::size_t>(i * 7 % 1500)]; };
+  for (int i = 0; i < 600; ++i) {
+    written.traces.add(std::to_string(i), written.nets[0], vertex(i), vertex(i + 1), i);
+    written.circuits.add("U" + std::to_string(i))->addPin(std::to_string(i % 40), vertex(i));
+    written.shapes.add("s", written.layers[0], written.nets[0], EM2DShape::Type::Pad, i,
+                       std::vector<double>(static_cast<std::size_t>(i % 9), i));
+  }
+  written.write(d_db);
+  reopen();
+  Layout read;
+  EXPECT_TRUE(read.read(d_db));
+  EXPECT_EQ(describe(read), describe(written));
+  EXPECT_EQ(find<ZyData::StringArray>("em2dpin/name")->size(), 40u);
+}
+
+TEST_F(Entities, TraceOptionIsTheEndVertex) {
+  Layout written;
+  fill(written);
+  written.write(d_db);
+  EXPECT_EQ(numbers("em2dtrace/option"), (std::vector<int>{11, 10}));
+  EXPECT_EQ(numbers("em2dtrace/endver"), (std::vector<int>{11, 10}));
+  reopen();
+  Layout read;
+  EXPECT_TRUE(read.read(d_db));
+  EXPECT_EQ(read.traces[0]->option(), 11);
+  EXPECT_EQ(read.traces[1]->option(), 10);
+}
+
+TEST_F(Entities, PinNamesAreDistinctOverAllCircuitsAndWrites) {
+  Layout written;
+  fill(written);
+  Layout none;
+  EXPECT_TRUE(none.read(d_db));
+  EXPECT_TRUE(none.circuits.empty());
+  d_db.write(written.circuits);
+  reopen();
+  Owned<EM2DCircuit> more;
+  EM2DCircuit* circuit = more.add("U4");
+  for (const char* name : {"2", "new", "", "new"}) circuit->addPin(name, written.vertices[1]);
+  d_db.write(more);
+  const auto pins = find<ZyData::StringArray>("em2dpin/name");
+  ASSERT_EQ(pins->size(), 4u);
+  EXPECT_EQ(pins->view(0), "1");
+  EXPECT_EQ(pins->view(1), "2");
+  EXPECT_EQ(pins->view(2), "");
+  EXPECT_EQ(pins->view(3), "new");
+  EXPECT_EQ(numbers("em2dcircuit/pin"), (std::vector<int>{0, 1, 0, 1, 2, 1, 3, 2, 3}));
+  EXPECT_EQ(numbers("em2dcircuit/emver"), (std::vector<int>{10, 11, 11, 10, 10, 11, 11, 11, 11}));
+  Owned<EM2DCircuit> read;
+  d_db.read(read, written.vertices.by(&EM2DVertex::id));
+  ASSERT_EQ(read.size(), 4u);
+  EXPECT_EQ(read[3]->pins(), circuit->pins());
+}
+
+TEST_F(Entities, SignalWithoutPatchStoresMinusOne) {
+  Layout written;
+  fill(written);
+  d_db.write(written.signals);
+  EXPECT_EQ(numbers("em2dsignal/patch"), (std::vector<int>{-5, -1}));
+  // A layer may have the id -1; a signal that refers to it has none all the same.
+  EM2DLayer odd(-1, "odd", 0.0);
+  Owned<EM2DSignal> read;
+  d_db.read(read, {{-5, written.layers[1]}, {-1, &odd}});
+  EXPECT_EQ(read[0]->patchLayer(), written.layers[1]);
+  EXPECT_EQ(read[1]->patchLayer(), nullptr);
+}
+
+TEST_F(Entities, PolygonViasAreWrittenPlainWithTheViasAndComeLastByThemselves) {
+  Layout written;
+  fill(written);
+  const std::vector<EM2DVia*> mixed{written.polyVias[0], written.vias[0]};
+  d_db.write(written.polyVias);
+  d_db.write(mixed);
+  Owned<EM2DVia> read;
+  d_db.read(read, written.nets.by(&EM2DNet::id), written.vertices.by(&EM2DVertex::id));
+  std::string names;
+  for (const auto* via : read) names += via->name() + (dynamic_cast<const EM2DPolyVia*>(via) ? "(poly) " : " ");
+  EXPECT_EQ(names, "slot via slot(poly) none(poly) ");
+}
+
+/// A table of one object for each of these ids, and of `padding` ids far away and far apart.
+template <class Object>
+Table<int, Object> table_of(std::initializer_list<int> ids, int padding) {
+  Table<int, Object> table;
+  for (const int id : ids) table.emplace(id, nullptr);
+  for (int i = 0; i < padding; ++i) table.emplace(std::numeric_limits<int>::max() - i * 1000, nullptr);
+  if (padding > 0) table.emplace(std::numeric_limits<int>::min(), nullptr);
+  return table;
+}
+
+/// What a read throws and how many objects it leaves.
+std::string missing_key(const std::function<std::size_t()>& count, const std::function<void()>& read) {
+  try {
+    read();
+  } catch (const std::out_of_range& error) {
+    return std::to_string(count()) + " " + error.what();
+  }
+  return "nothing thrown";
+}
+
+TEST_F(Entities, BeforeAMissingReferenceStay) {
+  const std::string text = " invalid unordered_map<K, T> key";
+  Layout all;
+  EM2DLayer* layers[] = {all.layers.add(1, "A", 0), all.layers.add(-2, "B", 0), all.layers.add(3, "C", 0)};
+  EM2DNet* nets[] = {all.nets.add(1, EM2DNet::Type::None, ""), all.nets.add(2, EM2DNet::Type::None, "")};
+  EM2DVertex* ends[3];
+  for (int i = 0; i < 3; ++i) ends[i] = all.vertices.add(i, "v", 0, 0, 0, 0, layers[0], nullptr, layers[i], 0);
+  for (int i = 0; i < 3; ++i) {
+    all.signals.add(i, "s", 0, i == 0 ? nullptr : layers[i - 1]);
+    all.traces.add("t", nets[i == 2], ends[0], ends[i], 0);
+    all.vias.add("w", nets[0], ends[i], ends[0], 0);
+    all.polyVias.add("p", nets[i == 1], ends[0], ends[0], EM2DPolyVia::PolyType::Slot, std::vector<double>{1, 2});
+    all.shapes.add("c", layers[i], nets[0], EM2DShape::Type::Pad, 0, std::vector<double>{1, 2});
+    all.circuits.add("u")->addPin("1", ends[i]);
+  }
+  all.write(d_db);
+  for (const int padding : {0, 1, 50}) {
+    SCOPED_TRACE(padding);
+    const auto layer = [&](std::initializer_list<int> ids) { return table_of<EM2DLayer>(ids, padding); };
+    const auto net = [&](std::initializer_list<int> ids) { return table_of<EM2DNet>(ids, padding); };
+    const auto vertex = [&](std::initializer_list<int> ids) { return table_of<EM2DVertex>(ids, padding); };
+    const auto expect_missing = [&](auto& objects, std::size_t kept, const std::function<void()>& read) {
+      EXPECT_EQ(missing_key([&] { return objects.size(); }, read), std::to_string(kept) + text);
+    };
+    Layout out[9];
+    expect_missing(out[0].signals, 2, [&] { d_db.read(out[0].signals, layer({1, 3})); });
+    expect_missing(out[0].traces, 2, [&] { d_db.read(out[0].traces, net({1}), vertex({0, 1, 2})); });
+    expect_missing(out[1].traces, 1, [&] { d_db.read(out[1].traces, net({1, 2}), vertex({0, 2})); });
+    expect_missing(out[0].vias, 1, [&] { d_db.read(out[0].vias, net({1, 2}), vertex({0, 2})); });
+    expect_missing(out[1].vias, 3, [&] { d_db.read(out[1].vias, net({1}), vertex({0, 1, 2})); });
+    expect_missing(out[0].shapes, 2, [&] { d_db.read(out[0].shapes, layer({1, -2}), net({1}), ""); });
+    expect_missing(out[1].shapes, 0, [&] { d_db.read(out[1].shapes, layer({1, -2, 3}), net({2}), ""); });
+    expect_missing(out[0].circuits, 1, [&] { d_db.read(out[0].circuits, vertex({0, 2})); });
+    // Names decide; ids are not even looked at.
+    expect_missing(out[0].vertices, 1, [&] {
+      d_db.read(out[0].vertices, layer({1, -2, 3}), {{"A", nullptr}, {"C", nullptr}});
+    });
+    EXPECT_TRUE(d_db.read(out[2].shapes, layer({1, -2, 3}), net({1}), ""));
+    EXPECT_TRUE(d_db.read(out[2].traces, net({1, 2}), vertex({0, 1, 2})));
+    EXPECT_EQ(out[2].traces.size() + out[2].shapes.size(), 6u);
+  }
+}
+
+TEST_F(Entities, SettingsAreReplacedByEveryWrite) {
+  Layout layout;
+  fill(layout);
+  d_db.write(&layout.config);
+  SImeshConfig second;
+  second.setThetamin(9);
+  second.setOption("x");
+  d_db.write(&second);
+  reopen();
+  SImeshConfig read;
+  d_db.read(&read);
+  EXPECT_EQ(read, second);
+}
+
+/// Opens a database made by hand, in which `change` has changed the fields of the named table or record.
+using Change = std::function<void(ZyData::Schema& fields)>;
+void open_changed(const std::string& folder, DBZydata& db, const std::string& table, const Change& change) {
+  db.openem(false, "db");
+  const auto top = currentRoot->schema;
+  const auto found = top->field(table);
+  if (change == nullptr) {
+    std::vector<std::shared_ptr<ZyData::Schema>> others;
+    for (const auto& field : top->fields()) {
+      if (field != found) others.push_back(field);
+    }
+    top->clear_fields();
+    for (const auto& field : others) top->add_field(field);
+  } else {
+    change(*found);
+  }
+  currentRoot->take(top->factory()->create_from(top));
+  currentRoot->tree->build_traverse_hierarchy(currentRoot->tree, currentRoot->tree);
+  db.write(folder);
+  std::filesystem::rename(folder + "/final_mesh.dat", folder + "/changed.zydat");
+  ASSERT_TRUE(db.openem(true, "changed"));
+}
+
+void replace_field(ZyData::Schema& schema, const std::string& name, const std::shared_ptr<ZyData::Schema>& by) {
+  const auto fields = schema.fields();
+  schema.clear_fields();
+  for (const auto& field : fields) {
+    if (field->name() != name) {
+      schema.add_field(field);
+    } else if (by != nullptr) {
+      schema.add_field(by);
+    }
+  }
+}
+
+TEST_F(Entities, OfATableThatIsNotThereAreReported) {
+  open_changed(d_dir.path(), d_db, "emnet", nullptr);
+  Layout layout;
+  fill(layout);
+  const std::string text =
+      "object type 'db' does not have a field named 'emnet' (options are \"simeshconfig\" \"em2dvertex\" \"em2dlayer\" "
+      "\"em2dsignal\" \"em2dshape\" \"em2dvia\" \"em2dpolyvia\" \"em2dtrace\" \"em2dpin\" \"em2dcircuit\")";
+  EXPECT_ERROR(d_db.write(layout.nets), text);
+  EXPECT_ERROR(d_db.read(layout.nets), text);
+  d_db.write(layout.layers);
+  EXPECT_EQ(numbers("em2dlayer/id").size(), 3u);
+}
+
+TEST_F(Entities, WithoutTheirColumnAreNeitherWrittenNorRead) {
+  Layout layout;
+  fill(layout);
+  const std::string refused =
+      "rows of type \"Mesh2DPlat::EM2DNetProxy\" do not fit table \"emnet\": its field 'name' is missing or of another "
+      "type";
+  open_changed(d_dir.path(), d_db, "emnet", [](auto& schema) { replace_field(schema, "name", nullptr); });
+  EXPECT_ERROR(d_db.write(layout.nets), refused);
+  EXPECT_ERROR(d_db.read(layout.nets),
+               "object type 'emnet' does not have a field named 'name' (options are \"id\" \"type\")");
+  open_changed(d_dir.path(), d_db, "emnet",
+               [](auto& schema) { replace_field(schema, "name", ZyData::make_schema<double>("name", 0x1001)); });
+  EXPECT_ERROR(d_db.write(layout.nets), refused);
+  EXPECT_NE(TestSupport::error_text([&] {
+              d_db.read(layout.nets);
+            }).find("while accessing field 'name', requested type (ZyData::StringArray) does not match"),
+            std::string::npos);
+  EXPECT_EQ(numbers("emnet/id").size(), 0u);
+}
+
+TEST_F(Entities, LeaveColumnsOfTheirTablesAtDefaultsThatTheyDoNotKnow) {
+  Layout layout;
+  fill(layout);
+  open_changed(d_dir.path(), d_db, "emnet", [](auto& schema) {
+    replace_field(schema, "type", schema.field(1));
+    schema.add_field(ZyData::make_schema<const char*>("note", 0x401));
+    schema.add_field(ZyData::make_schema<int>("colour", 0x1001));
+  });
+  d_db.write(layout.nets);
+  reopen();
+  EXPECT_EQ(numbers("emnet/colour"), (std::vector<int>{0, 0, 0}));
+  EXPECT_EQ(find<ZyData::StringArray>("emnet/note")->size(), 3u);
+  Layout read;
+  d_db.read(read.nets);
+  EXPECT_EQ(read.nets.size(), 3u);
+  EXPECT_EQ(read.nets[1]->type(), EM2DNet::Type{77});
+}
+
+TEST_F(Entities, SettingsOfAnotherTypeAreReportedAndNoneIsSet) {
+  SImeshConfig config;
+  config.setMode(5);
+  const SImeshConfig before = config;
+  open_changed(d_dir.path(), d_db, "simeshconfig",
+               [](auto& schema) { replace_field(schema, "casefile", ZyData::make_schema<int>("casefile", 0)); });
+  const std::string refused =
+      "while accessing field 'casefile', requested type (ZyData::StringData) does not match schema type (int )";
+  EXPECT_ERROR(d_db.read(&config), refused);
+  EXPECT_ERROR(d_db.write(&config), refused);
+  EXPECT_EQ(config, before);
+  EXPECT_EQ(find<ZyData::Value<int>>("simeshconfig/mode")->get_value(), 0);
+  open_changed(d_dir.path(), d_db, "simeshconfig", nullptr);
+  EXPECT_NE(TestSupport::error_text([&] { d_db.read(&config); }).find("does not have a field named 'simeshconfig'"),
+            std::string::npos);
+}
+
+TEST_F(Entities, OfDamagedTablesAreReported) {
+  Layout layout;
+  fill(layout);
+  layout.write(d_db);
+  const auto vertices = layout.vertices.by(&EM2DVertex::id);
+  const auto pins = find<ZyData::VarArray<int>>("em2dcircuit/pin");
+  const std::vector<int> offsets{0, 3, 5, 5};
+  const auto read_with = [&](std::vector<int> ends, std::vector<int> rows) {
+    pins->assign(ends, rows);
+    Owned<EM2DCircuit> read;
+    const std::string text = TestSupport::error_text([&] { d_db.read(read, vertices); });
+    return text + " after " + std::to_string(read.size());
+  };
+  EXPECT_EQ(read_with(offsets, {0, 1, 0, 1, 3}), "circuit \"\" names pin row 3 of 3 after 1");
+  EXPECT_EQ(read_with(offsets, {0, -1, 0, 1, 2}), "circuit \"U1\" names pin row -1 of 3 after 0");
+  EXPECT_EQ(read_with({0, 3, 4, 4}, {0, 1, 0, 1}), "circuit \"\" has 1 pins and 2 vertices after 1");
+  EXPECT_EQ(read_with({0, 3, 5}, {0, 1, 0, 1, 2}), "the columns of table \"em2dcircuit\" differ in length after 0");
+}
+
+}  // namespace
+}  // namespace Mesh2DPlat

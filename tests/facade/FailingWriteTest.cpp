@@ -1,0 +1,113 @@
+// What a write, a read and a load leave behind when memory runs out half-way.
+#include <functional>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "facade/DBRoot.h"
+#include "tests/facade/Layout.h"
+#include "tests/support/Allocations.h"
+#include "tests/support/TestSupport.h"
+#include "zydata/serialize.h"
+
+namespace Mesh2DPlat {
+namespace {
+
+using TestSupport::AllocationWatch;
+using TestSupport::Layout;
+
+/// Every byte of what is open, as a file would have it.
+std::string content() {
+  std::string bytes;
+  for (const auto& frame : ZyData::data_message(currentRoot->tree).frames) {
+    bytes.append(std::to_string(frame->size_bytes()) + ":");
+    bytes.append(static_cast<const char*>(frame->data()), frame->size_bytes());
+  }
+  return bytes;
+}
+
+/// Runs `action` with one refused memory request after another until none is refused any more. Returns how often it
+/// failed; `check` sees every failure.
+int refuse_each_request(const std::function<void()>& action, const std::function<void()>& check) {
+  for (std::uint64_t n = 1;; ++n) {
+    SCOPED_TRACE("request " + std::to_string(n));
+    bool failed = false;
+    AllocationWatch watch(n);
+    try {
+      action();
+    } catch (const std::bad_alloc&) {
+      failed = true;
+    } catch (const Util::Error&) {
+      failed = true;
+    }
+    if (!watch.refused()) {
+      EXPECT_FALSE(failed);
+      return static_cast<int>(n - 1);
+    }
+    EXPECT_TRUE(failed);
+    check();
+  }
+}
+
+class OutOfMemory : public testing::Test {
+ protected:
+  OutOfMemory() {
+    fill(d_few);
+    for (int i = 0; i < 700; ++i) {
+      auto* vertex = d_many.vertices.add(i, "vertex " + std::to_string(i), i, i, i, i, d_few.layers[0], nullptr,
+                                         d_few.layers[1], i);
+      d_many.shapes.add("shape", d_few.layers[0], d_few.nets[0], EM2DShape::Type::Pad, i,
+                        std::vector<double>(static_cast<std::size_t>(i % 5), 0.5));
+      d_many.traces.add("trace", d_few.nets[0], vertex, vertex, i);
+      auto* circuit = d_many.circuits.add("circuit");
+      for (int k = 0; k < i % 4; ++k) circuit->addPin("pin " + std::to_string(i * k), vertex);
+    }
+    d_db.openem(false, "db");
+    d_few.write(d_db);
+  }
+
+  TestSupport::TempDir d_dir;
+  DBZydata d_db{d_dir.path()};
+  Layout d_few;
+  Layout d_many;
+};
+
+TEST_F(OutOfMemory, AWriteChangesNothing) {
+  const std::vector<std::function<void()>> writes{
+      [&] { d_db.write(d_many.vertices); }, [&] { d_db.write(d_many.shapes, ""); }, [&] { d_db.write(d_many.traces); },
+      [&] { d_db.write(d_many.circuits); }};
+  for (const auto& write : writes) {
+    const std::string before = content();
+    EXPECT_GT(refuse_each_request(write, [&] { EXPECT_TRUE(content() == before); }), 5);
+    EXPECT_FALSE(content() == before);
+  }
+  d_few.write(d_db);
+  Layout all;
+  all.layers.swap(d_few.layers);
+  d_db.read(all.shapes, all.layers.by(&EM2DLayer::id), d_few.nets.by(&EM2DNet::id), "");
+  EXPECT_EQ(all.shapes.size(), 706u);
+}
+
+TEST_F(OutOfMemory, AReadLeavesWholeObjects) {
+  const auto net = d_few.nets.by(&EM2DNet::id);
+  const auto vertex = d_few.vertices.by(&EM2DVertex::id);
+  const auto vias_read = [&] {
+    Layout out;
+    d_db.read(out.vias, net, vertex);
+    d_db.read(out.circuits, vertex);
+  };
+  EXPECT_GT(refuse_each_request(vias_read, [] {}), 5);
+}
+
+TEST_F(OutOfMemory, AnOpenLeavesTheOpenTree) {
+  d_db.save("db");
+  d_db.write(d_many.vertices);
+  const std::string before = content();
+  EXPECT_GT(refuse_each_request([&] { d_db.openem(true, "db"); }, [&] { EXPECT_TRUE(content() == before); }), 100);
+  EXPECT_LT(content().size(), before.size());
+  const std::string loaded = content();
+  EXPECT_GT(refuse_each_request([&] { d_db.openem(false, "x"); }, [&] { EXPECT_TRUE(content() == loaded); }), 100);
+}
+
+}  // namespace
+}  // namespace Mesh2DPlat

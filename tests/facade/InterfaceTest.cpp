@@ -1,0 +1,95 @@
+// The shape of the exported classes: programs are compiled against it.
+#include <cstddef>
+#include <cstring>
+#include <map>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "facade/DBZydata.h"
+#include "tests/support/TestSupport.h"
+
+namespace Mesh2DPlat {
+namespace {
+
+static_assert(std::is_abstract_v<DBInterface> && !std::is_abstract_v<DBZydata>);
+static_assert(!std::has_virtual_destructor_v<DBInterface> && !std::has_virtual_destructor_v<DBZydata>);
+static_assert(std::is_base_of_v<DBInterface, DBZydata> && sizeof(DBZydata) == sizeof(DBInterface));
+static_assert(sizeof(DBInterface) == sizeof(void*) + sizeof(std::string), "one table of operations and one text");
+static_assert(std::is_constructible_v<DBZydata, std::string> && std::is_copy_constructible_v<DBZydata> &&
+              std::is_copy_assignable_v<DBZydata>);
+
+/// The place in the table of operations; a pointer to a virtual member is 1 plus its offset there.
+template <class Class, class Result, class... Arguments>
+std::size_t place(Result (Class::*operation)(Arguments...)) {
+  std::ptrdiff_t words[2];
+  static_assert(sizeof operation == sizeof words);
+  std::memcpy(words, &operation, sizeof words);
+  EXPECT_EQ(words[0] % 2, 1) << "not virtual";
+  return static_cast<std::size_t>(words[0] - 1) / sizeof(void*);
+}
+
+template <class Class, class... Arguments>
+std::size_t write_place() {
+  return place<Class, void, Arguments...>(&Class::write);
+}
+template <class Class, class... Arguments>
+std::size_t read_place() {
+  return place<Class, bool, Arguments...>(&Class::read);
+}
+
+template <class Class>
+std::vector<std::size_t> places() {
+  using Nets = const Table<int, EM2DNet>&;
+  using Layers = const Table<int, EM2DLayer>&;
+  using LayerNames = const Table<std::string, EM2DLayer>&;
+  using Vertices = const Table<int, EM2DVertex>&;
+  using ViaNames = const Table<std::string, EM2DVia>&;
+  using MeshIds = std::vector<std::map<EM2DVia*, int>>;
+  using Shapes = std::vector<EM2DShape*>;
+  return {place<Class, bool, SImesh2D*, const MeshIds&, const Shapes&>(&Class::write),
+          write_place<Class, const std::vector<EM2DPolyVia*>&>(),
+          write_place<Class, const std::vector<EM2DCircuit*>&>(),
+          write_place<Class, const std::vector<EM2DTrace*>&>(),
+          write_place<Class, const std::vector<EM2DVia*>&>(),
+          write_place<Class, const Shapes&, const std::string&>(),
+          write_place<Class, const std::vector<EM2DSignal*>&>(),
+          write_place<Class, const std::vector<EM2DLayer*>&>(),
+          write_place<Class, const std::vector<EM2DVertex*>&>(),
+          write_place<Class, const std::vector<EM2DNet*>&>(),
+          write_place<Class, SImeshConfig*>(),
+          read_place<Class, SImesh2D*, ViaTable&, Layers, Nets, ViaNames, Shapes*, MeshIds*>(),
+          read_place<Class, std::vector<EM2DCircuit*>&, Vertices>(),
+          read_place<Class, std::vector<EM2DTrace*>&, Nets, Vertices>(),
+          read_place<Class, std::vector<EM2DVia*>&, Nets, Vertices>(),
+          read_place<Class, Shapes&, Layers, Nets, const std::string&>(),
+          read_place<Class, std::vector<EM2DVertex*>&, Layers, LayerNames>(),
+          read_place<Class, std::vector<EM2DSignal*>&, Layers>(),
+          read_place<Class, std::vector<EM2DLayer*>&>(),
+          read_place<Class, std::vector<EM2DNet*>&>(),
+          read_place<Class, SImeshConfig*>(),
+          place(&Class::writeNegPolyMesh),
+          place(&Class::readNegPolyMesh),
+          place(&Class::save),
+          place(&Class::openem)};
+}
+
+TEST(Interface, KeepsTheOrderOfItsOperations) {
+  std::vector<std::size_t> order;
+  for (std::size_t i = 0; i < 25; ++i) order.push_back(i);
+  EXPECT_EQ(places<DBInterface>(), order);
+  EXPECT_EQ(places<DBZydata>(), order);
+}
+
+TEST(Interface, IsUsedThroughTheBase) {
+  DBZydata db("unused");
+  DBInterface& base = db;
+  EXPECT_TRUE(base.openem(false, "a"));
+  base.write(std::vector<EM2DLayer*>());
+  std::vector<EM2DLayer*> layers;
+  EXPECT_TRUE(base.read(layers));
+  EXPECT_TRUE(layers.empty());
+}
+
+}  // namespace
+}  // namespace Mesh2DPlat

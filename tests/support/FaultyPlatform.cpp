@@ -1,0 +1,135 @@
+#include "tests/support/FaultyPlatform.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace TestSupport {
+namespace {
+
+/// The first `bytes` bytes of a buffer list.
+std::vector<Util::IoBuffer> cut(const Util::IoBuffer* buffers, std::size_t count, std::size_t bytes) {
+  std::vector<Util::IoBuffer> result(buffers, buffers + count);
+  for (auto& buffer : result) {
+    buffer.size = std::min(buffer.size, bytes);
+    bytes -= buffer.size;
+  }
+  return result;
+}
+
+}  // namespace
+
+FaultyPlatform& FaultyPlatform::instance() {
+  static FaultyPlatform platform;
+  return platform;
+}
+
+void FaultyPlatform::reset() {
+  d_order = Order();
+  d_faults = 0;
+  d_calls.fill(0);
+  d_transfers.clear();
+}
+
+void FaultyPlatform::order(const Order& order) {
+  d_order = order;
+  d_callsAtOrder = calls(order.operation);
+}
+
+void FaultyPlatform::fail(Operation operation, int nth, int error_number) { order({operation, nth, error_number, 0}); }
+
+void FaultyPlatform::shorten(Operation operation, int nth, std::size_t bytes) { order({operation, nth, 0, bytes}); }
+
+int FaultyPlatform::calls(Operation operation) const { return d_calls.at(static_cast<std::size_t>(operation)); }
+
+/// Counts a call and tells whether the order is for it.
+bool FaultyPlatform::strikes(Operation operation) {
+  ++d_calls.at(static_cast<std::size_t>(operation));
+  if (operation != d_order.operation) return false;
+  if (d_order.nth != 0 && calls(operation) - d_callsAtOrder != d_order.nth) return false;
+  ++d_faults;
+  return true;
+}
+
+bool FaultyPlatform::fails(Operation operation) {
+  if (!strikes(operation)) return false;
+  errno = d_order.errorNumber;
+  return true;
+}
+
+template <class Call>
+std::int64_t FaultyPlatform::transfer(Operation operation, const Util::IoBuffer* buffers, std::size_t count,
+                                      Call call) {
+  std::size_t bytes = 0;
+  for (std::size_t i = 0; i < count; ++i) bytes += buffers[i].size;
+  d_transfers.push_back({operation, count, bytes});
+  if (!strikes(operation)) return call(buffers);
+  if (d_order.errorNumber == 0) return call(cut(buffers, count, d_order.bytes).data());
+  errno = d_order.errorNumber;
+  return -1;
+}
+
+int FaultyPlatform::open_for_reading(const char* path) {
+  return fails(Operation::openForReading) ? -1 : Platform::open_for_reading(path);
+}
+
+int FaultyPlatform::open_for_writing(const char* path, unsigned permissions) {
+  return fails(Operation::openForWriting) ? -1 : Platform::open_for_writing(path, permissions);
+}
+
+int FaultyPlatform::close(int fd) {
+  const int result = Platform::close(fd);
+  return fails(Operation::close) ? -1 : result;
+}
+
+std::int64_t FaultyPlatform::read(int fd, void* data, std::size_t size) {
+  const Util::IoBuffer all{data, size};
+  return transfer(Operation::read, &all, 1,
+                  [&](const Util::IoBuffer* b) { return Platform::read(fd, b->data, b->size); });
+}
+
+std::int64_t FaultyPlatform::write(int fd, const void* data, std::size_t size) {
+  const Util::IoBuffer all{const_cast<void*>(data), size};
+  return transfer(Operation::write, &all, 1,
+                  [&](const Util::IoBuffer* b) { return Platform::write(fd, b->data, b->size); });
+}
+
+std::int64_t FaultyPlatform::read_scattered(int fd, const Util::IoBuffer* buffers, std::size_t count) {
+  return transfer(Operation::readScattered, buffers, count,
+                  [&](const Util::IoBuffer* b) { return Platform::read_scattered(fd, b, count); });
+}
+
+std::int64_t FaultyPlatform::write_gathered(int fd, const Util::IoBuffer* buffers, std::size_t count) {
+  return transfer(Operation::writeGathered, buffers, count,
+                  [&](const Util::IoBuffer* b) { return Platform::write_gathered(fd, b, count); });
+}
+
+std::int64_t FaultyPlatform::bytes_to_end(int fd) {
+  return fails(Operation::bytesToEnd) ? -1 : Platform::bytes_to_end(fd);
+}
+
+int FaultyPlatform::control_blocking_mode(int fd, int value) {
+  return fails(Operation::controlBlockingMode) ? -1 : Platform::control_blocking_mode(fd, value);
+}
+
+int FaultyPlatform::wait_readable(int fd, int timeout_ms) {
+  return fails(Operation::waitReadable) ? -1 : Platform::wait_readable(fd, timeout_ms);
+}
+
+bool FaultyPlatform::exists(const std::string& path, std::error_code& error) {
+  if (!fails(Operation::exists)) return Platform::exists(path, error);
+  error.assign(d_order.errorNumber, std::generic_category());
+  return false;
+}
+
+void FaultyPlatform::create_directory(const std::string& path, std::error_code& error) {
+  if (!fails(Operation::createDirectory)) return Platform::create_directory(path, error);
+  error.assign(d_order.errorNumber, std::generic_category());
+}
+
+}  // namespace TestSupport
+
+namespace Util {
+
+Platform& platform() { return TestSupport::FaultyPlatform::instance(); }
+
+}  // namespace Util

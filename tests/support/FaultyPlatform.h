@@ -1,0 +1,95 @@
+// A platform whose calls fail on demand. A test program that lists FaultyPlatform.cpp among its sources runs the whole
+// library on it.
+//
+// Without an order every call goes to the real system. All calls are counted, and the transfers written down, from the
+// last reset() on.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "util/Platform.h"
+
+namespace TestSupport {
+
+enum class Operation {
+  openForReading,
+  openForWriting,
+  close,
+  read,
+  write,
+  readScattered,
+  writeGathered,
+  bytesToEnd,
+  controlBlockingMode,
+  waitReadable,
+  exists,
+  createDirectory,
+  count  // no operation
+};
+
+/// One read or write call as it was asked for.
+struct Transfer {
+  Operation operation;
+  std::size_t bufferCount;
+  std::size_t bytes;
+
+  friend bool operator==(const Transfer&, const Transfer&) = default;
+};
+
+class FaultyPlatform final : public Util::Platform {
+ public:
+  /// The one that Util::platform() answers with.
+  static FaultyPlatform& instance();
+
+  /// Takes all orders back, sets all counters to 0 and forgets the transfers.
+  void reset();
+  /// The `nth` call from now on (1: the next; 0: every one) fails with `error_number`. A failing close closes all the
+  /// same.
+  void fail(Operation operation, int nth, int error_number);
+  /// The `nth` call from now on moves at most `bytes` bytes and reports success.
+  void shorten(Operation operation, int nth, std::size_t bytes);
+
+  int calls(Operation operation) const;
+  int faults() const { return d_faults; }
+  const std::vector<Transfer>& transfers() const { return d_transfers; }
+
+  int open_for_reading(const char* path) override;
+  int open_for_writing(const char* path, unsigned permissions) override;
+  int close(int fd) override;
+  std::int64_t read(int fd, void* data, std::size_t size) override;
+  std::int64_t write(int fd, const void* data, std::size_t size) override;
+  std::int64_t read_scattered(int fd, const Util::IoBuffer* buffers, std::size_t count) override;
+  std::int64_t write_gathered(int fd, const Util::IoBuffer* buffers, std::size_t count) override;
+  std::int64_t bytes_to_end(int fd) override;
+  int control_blocking_mode(int fd, int value) override;
+  int wait_readable(int fd, int timeout_ms) override;
+  bool exists(const std::string& path, std::error_code& error) override;
+  void create_directory(const std::string& path, std::error_code& error) override;
+
+ private:
+  struct Order {
+    Operation operation = Operation::count;  // no order
+    int nth = 0;                             // 0: every call
+    int errorNumber = 0;                     // 0: a short transfer instead
+    std::size_t bytes = 0;                   // that a short transfer moves
+  };
+
+  void order(const Order& order);
+  bool strikes(Operation operation);
+  bool fails(Operation operation);
+  template <class Call>
+  std::int64_t transfer(Operation operation, const Util::IoBuffer* buffers, std::size_t count, Call call);
+
+  Order d_order;
+  int d_callsAtOrder = 0;  // of the ordered operation
+  int d_faults = 0;        // calls that an order has changed
+  std::array<int, static_cast<std::size_t>(Operation::count)> d_calls{};
+  std::vector<Transfer> d_transfers;
+};
+
+}  // namespace TestSupport

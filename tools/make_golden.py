@@ -1,0 +1,185 @@
+#!/usr/bin/env python3
+"""Makes the golden files of the tests from the description of the bytes in docs/file-format.md, without the library.
+
+    tools/make_golden.py DIR           write db.zydat and full.zydat into DIR
+    tools/make_golden.py --check DIR   compare the files in DIR with what would be written
+
+db.zydat is the small example of docs/file-format.md; full.zydat has rows in every table and values that are easily
+lost on the way. tests/format/GoldenFileTest.cpp makes both through the library.
+"""
+import argparse
+import hashlib
+import pathlib
+import struct
+import sys
+
+SMALL_SHA256 = "dbfae3636bd5b0126e01e08ab3d49561cba44b65dc35d524e262cd7409f52171"
+
+KIND_TABLE = 0x40008
+KIND_RECORD = 0x10
+KIND_NUMBERS = 0x1001  # a column of numbers with a default
+KIND_TEXTS = 0x401
+KIND_LISTS = 0x5
+KIND_TEXT = 0x400
+KIND_VALUE = 0
+
+UNTYPED = "ZyData::UntypedClass"
+TEXT = "const char*"
+PACK = {"int": "i", "double": "d"}
+
+
+def enumeration(name):
+    PACK[f"Mesh2DPlat::{name}"] = "i"
+    return f"Mesh2DPlat::{name}"
+
+
+NET_TYPE = enumeration("EM2DNetProxy::eType")
+SHAPE_TYPE = enumeration("EM2DShapeProxy::eType")
+POLY_TYPE = enumeration("EM2DPolyViaProxy::ePolyType")
+
+SETTINGS = (
+    [(name, "double") for name in
+     "thetamin simplifyAngle maxEdgeLen minEdgeLen smallHoleThreshold alignAbsorb calcPrecision compPrecision "
+     "calcPrecision2 geomPrecision mesheps calcPrecisionFor1AndT refdistance".split()]
+    + [(name, "int") for name in "customCpuNum mode ppid".split()]
+    + [(name, TEXT) for name in "option resourceFile runTimeErrorFile winContentFile casefile".split()])
+
+# Table, row structure, columns: a number's type, TEXT, or a list of a number's type.
+TABLES = [
+    ("emnet", "EM2DNetProxy", [("id", "int"), ("type", NET_TYPE), ("name", TEXT)]),
+    ("em2dvertex", "EM2DVertexProxy",
+     [("id", "int"), ("name", TEXT), ("x", "double"), ("y", "double"), ("z", "double"), ("type", "int"),
+      ("layer", TEXT), ("uplayer", TEXT), ("lowlayer", TEXT), ("options", "int")]),
+    ("em2dlayer", "EM2DLayerProxy", [("id", "int"), ("name", TEXT), ("z", "double")]),
+    ("em2dsignal", "EM2DSignalProxy", [("id", "int"), ("name", TEXT), ("z", "double"), ("patch", "int")]),
+    ("em2dshape", "EM2DShapeProxy",
+     [("name", TEXT), ("layer", "int"), ("net", "int"), ("type", SHAPE_TYPE), ("option", "int"),
+      ("vertexs", ["double"])]),
+    ("em2dvia", "EM2DViaProxy",
+     [("name", TEXT), ("net", "int"), ("startver", "int"), ("endver", "int"), ("r", "double")]),
+    ("em2dpolyvia", "EM2DPolyViaProxy",
+     [("name", TEXT), ("net", "int"), ("startver", "int"), ("endver", "int"), ("polytype", POLY_TYPE),
+      ("coord", ["double"])]),
+    ("em2dtrace", "EM2DTraceProxy",
+     [("name", TEXT), ("net", "int"), ("startver", "int"), ("endver", "int"), ("option", "int")]),
+    ("em2dpin", "EM2DPin", [("name", TEXT)]),
+    ("em2dcircuit", "EM2DCircuitProxy", [("name", TEXT), ("pin", ["int"]), ("emver", ["int"]), ("option", "int")]),
+]
+
+NAN = struct.unpack("<d", struct.pack("<Q", 0x7FF8000000C0FFEE))[0]
+INFINITY = float("inf")
+LONG_NAME = b"long" * 75
+
+SMALL = {"emnet": [(7, 2, b"GND")], "em2dlayer": [(1, b"L1", 0.5)]}
+
+FULL = {
+    "simeshconfig": [0.25, -0.0, INFINITY, -INFINITY, 5e-324, 1.7976931348623157e308, 1e-6, 1e-9, 0.1, -1.5, 2.0, 3.0,
+                     4.0, 8, -1, -2147483648, b"fast", b"", b"a\0b", LONG_NAME, b"case.txt"],
+    "emnet": [(1, 2, b"GND"), (2, 77, b""), (-7, -3, b"A\0B")],
+    "em2dvertex": [(10, b"v0", -0.0, 1.5, 0.0, 0, b"TOP", b"", LONG_NAME, 5),
+                   (11, b"", INFINITY, -INFINITY, NAN, -1, b"", b"TOP", b"", -2147483648)],
+    "em2dlayer": [(0, b"TOP", 0.0), (-5, LONG_NAME, -0.035), (2147483647, b"", -0.0)],
+    "em2dsignal": [(1, b"S1", 0.5, -5), (2, b"S2", -0.0, -1)],
+    "em2dshape": [(b"outline", 0, 1, 1, 3, [0.0, 0.0, 10.0, 0.0, 10.0, -0.0]), (b"", -5, -7, 99, -1, []),
+                  (b"dot", 0, 2, 0, 0, [NAN, 5e-324])],
+    "em2dvia": [(b"via", 1, 10, 11, 0.3), (b"", -7, 11, 10, -0.0)],
+    "em2dpolyvia": [(b"slot", 2, 11, 10, 1, [1.0, 2.0, 3.0, 4.0]), (b"none", 1, 10, 10, -9, [])],
+    "em2dtrace": [(b"t", 1, 10, 11, 11), (b"", 2, 11, 10, 10)],
+    "em2dpin": [(b"1",), (b"2",), (b"",)],
+    "em2dcircuit": [(b"U1", [0, 1, 0], [10, 11, 11], 4), (b"", [1, 2], [10, 10], 0), (b"U3", [], [], -4)],
+}
+
+
+class Message:
+    def __init__(self):
+        self.nodes = bytearray()
+        self.parameters = bytearray()
+        self.pool = bytearray()
+        self.offsets = {}
+        self.frames = []
+
+    def text(self, text):
+        if text not in self.offsets:
+            self.offsets[text] = len(self.pool)
+            self.pool += text.encode() + b"\0"
+        return self.offsets[text]
+
+    def node(self, name, type_name, kind, fields=0):
+        identity = 0xCBF29CE484222325
+        for byte in type_name.encode():
+            identity = (identity ^ byte) * 0x100000001B3 % 2**64
+        texts = [self.text(name), self.text(""), self.text(type_name)]
+        self.nodes += struct.pack("<6IQB7x", *texts, kind, fields, 0, identity, 0)
+        if kind in (KIND_NUMBERS, KIND_TEXTS, KIND_LISTS):
+            self.parameters += struct.pack("<QI", 0, kind)
+        elif kind == KIND_TEXT:
+            self.parameters += struct.pack("<Q", 0)
+        self.parameters += struct.pack("<I", 0)  # no text
+
+    def numbers(self, type_name, values):
+        self.frames.append(struct.pack(f"<{len(values)}{PACK[type_name]}", *values))
+
+    def runs(self, lengths):
+        ends = [0]
+        for length in lengths:
+            ends.append(ends[-1] + length)
+        self.numbers("int", ends)
+
+    def column(self, name, column_type, values):
+        if column_type == TEXT:
+            self.node(name, TEXT, KIND_TEXTS)
+            self.runs(map(len, values))
+            self.frames.append(b"".join(values))
+        elif isinstance(column_type, list):
+            self.node(name, column_type[0], KIND_LISTS)
+            self.runs(map(len, values))
+            self.numbers(column_type[0], [value for run in values for value in run])
+        else:
+            self.node(name, column_type, KIND_NUMBERS)
+            self.numbers(column_type, values)
+
+    def table(self, name, structure, columns, rows):
+        self.node(name, f"Mesh2DPlat::{structure}", KIND_TABLE, len(columns))
+        self.frames.append(struct.pack("<Q", len(rows)))
+        for place, (column, column_type) in enumerate(columns):
+            self.column(column, column_type, [row[place] for row in rows])
+
+    def settings(self, values):
+        self.node("simeshconfig", UNTYPED, KIND_RECORD, len(SETTINGS))
+        for (name, value_type), value in zip(SETTINGS, values):
+            self.node(name, value_type, KIND_TEXT if value_type == TEXT else KIND_VALUE)
+            self.frames.append(value if value_type == TEXT else struct.pack(f"<{PACK[value_type]}", value))
+
+    def bytes(self):
+        frames = [self.nodes, self.parameters, self.pool] + self.frames
+        sizes = struct.pack(f"<{len(frames)}Q", *map(len, frames))
+        return struct.pack("<III", len(frames), 0, 1) + sizes + b"".join(frames)
+
+
+def database(name, content):
+    message = Message()
+    message.node(name, UNTYPED, KIND_RECORD, 1 + len(TABLES))
+    message.settings(content.get("simeshconfig", [b"" if kind == TEXT else 0 for _, kind in SETTINGS]))
+    for table, structure, columns in TABLES:
+        message.table(table, structure, columns, content.get(table, []))
+    return message.bytes()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--check", action="store_true")
+    parser.add_argument("folder", type=pathlib.Path)
+    arguments = parser.parse_args()
+    files = {"db.zydat": database("db", SMALL), "full.zydat": database("full", FULL)}
+    if hashlib.sha256(files["db.zydat"]).hexdigest() != SMALL_SHA256:
+        sys.exit("the small example has not the documented SHA-256")
+    for name, content in files.items():
+        path = arguments.folder / name
+        if not arguments.check:
+            path.write_bytes(content)
+        elif path.read_bytes() != content:
+            sys.exit(f"{path} is not what this script writes")
+
+
+if __name__ == "__main__":
+    main()

@@ -14,7 +14,7 @@
 
 namespace MPSys {
 
-struct Message {
+struct CORVANE_API Message {
   std::uint32_t tag = 0;                  // travels in the header
   ZyData::FrameList frames;               // in the order in which they travel
   std::shared_ptr<ZyData::DataObj> data;  // what the frames encode; empty for a plain message

@@ -167,7 +167,7 @@ class EM2DPolyVia : public EM2DVia {
   std::vector<double> d_coordinates;
 };
 
-/// An area of copper on one layer. Layer and net are always there.
+/// An area of copper on one layer. Layer and net are always there when a layout is written.
 class EM2DShape {
  public:
   enum class Type : int { None = 0, Fill = 1, Pad = 2, Graphic = 3 };

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,8 @@ struct WrongText {
   std::string message;  // after the file's name
 };
 
+void PrintTo(const WrongText& wrong, std::ostream* stream) { *stream << wrong.message; }
+
 class WrongBoard : public testing::TestWithParam<WrongText> {};
 
 TEST_P(WrongBoard, IsReportedWithItsPlace) {
@@ -130,6 +133,13 @@ TEST(BoardText, EveryCutIsAnError) {
     const std::string message = board_error(std::string(text.data(), size));
     EXPECT_TRUE(message.starts_with("b.kicad_pcb:")) << "cut to " << size << " bytes: " << message;
   }
+}
+
+TEST(BoardText, MessagesStayOneReadableLine) {
+  EXPECT_EQ(board_error(kHead + "(segment (layer \"a\nb\x1b[2J\")))"),
+            "b.kicad_pcb:2:17: segment on unknown layer \"a?b?[2J\"");
+  const std::string message = board_error(kHead + "(segment (layer " + std::string(5000, 'x') + ")))");
+  EXPECT_EQ(message.size(), std::string("b.kicad_pcb:2:17: ").size() + 203) << message;
 }
 
 TEST(BoardText, AFileThatCannotBeReadIsNamed) {

@@ -30,9 +30,8 @@ std::string vertex_text(const EM2DVertex& vertex) {
 }
 
 TEST(LayoutBuilder, OneVertexPerNetLayerAndPosition) {
-  const Layout layout = layout_of(two_layer_board(
-      kVersion,
-      R"((segment (start 0 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 1))
+  const Layout layout = layout_of(two_layer_board(kVersion,
+                                                  R"((segment (start 0 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 1))
     (segment (start 1 0) (end 2 0) (width 0.3) (layer "F.Cu") (net 1))
     (segment (start 1 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 2))
     (via (at 2 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net 1))

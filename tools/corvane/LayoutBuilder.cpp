@@ -165,7 +165,7 @@ class LayoutBuilder {
                        static_cast<double>(drill) / 2e6);
   }
 
-  std::string next_via_name() { return numbered_name('V', d_layout.vias.size() + d_layout.poly_vias.size() + 1); }
+  std::string next_via_name() const { return numbered_name('V', d_layout.vias.size() + d_layout.poly_vias.size() + 1); }
 
   void make_areas(const std::vector<Area>& areas, EM2DShape::Type type, char letter) {
     std::size_t number = 0;

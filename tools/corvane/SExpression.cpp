@@ -86,6 +86,15 @@ std::string without_escapes(std::string_view raw) {
   return result;
 }
 
+// Words of a file may hold anything; a message is one line of readable length.
+std::string fit_for_a_line(std::string text) {
+  constexpr std::size_t kLongest = 200;
+  if (text.size() > kLongest) text.replace(kLongest, std::string::npos, "...");
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, '?');
+  return text;
+}
+
 [[noreturn]] void fail_to_read(const std::string& path, int error_number) {
   throw BoardError(path + ": cannot be read: " + std::generic_category().message(error_number));
 }
@@ -120,7 +129,7 @@ std::string SourceText::place(std::size_t offset) const {
 }
 
 void SourceText::fail(std::size_t offset, const std::string& what) const {
-  throw BoardError(d_name + ":" + place(offset) + ": " + what);
+  throw BoardError(d_name + ":" + place(offset) + ": " + fit_for_a_line(what));
 }
 
 // --- reading ------------------------------------------------------------------

@@ -1,7 +1,7 @@
 #include "facade/DBRoot.h"
 
+#include <list>
 #include <utility>
-#include <vector>
 
 #include "util/Error.h"
 #include "zydata/DataFactory.h"
@@ -11,8 +11,8 @@ namespace Mesh2DPlat {
 namespace {
 
 /// Every root that was ever made, and the tables that an open replaced. They are never freed, but stay reachable.
-std::vector<std::unique_ptr<DBRoot>>& kept_roots() {
-  static auto* roots = new std::vector<std::unique_ptr<DBRoot>>;
+std::list<DBRoot>& kept_roots() {
+  static auto* roots = new std::list<DBRoot>;
   return *roots;
 }
 
@@ -26,10 +26,7 @@ void make_table(std::unique_ptr<T>& slot, ZyData::Schema* top) {
 
 DBRoot* currentRoot = nullptr;
 
-void replace_root(const std::string& name) {
-  kept_roots().push_back(std::make_unique<DBRoot>(name));
-  currentRoot = kept_roots().back().get();
-}
+void replace_root(const std::string& name) { currentRoot = &kept_roots().emplace_back(name); }
 
 DBRoot::DBRoot(const std::string& /*name*/) {}
 
@@ -70,10 +67,10 @@ void DBRoot::take(std::shared_ptr<ZyData::DataObj> loaded) {
 }
 
 void DBRoot::replace_by(DBRoot& fresh) {
-  kept_roots().push_back(std::make_unique<DBRoot>(""));  // for the tables that are replaced
+  DBRoot& kept = kept_roots().emplace_back("");  // for the tables that are replaced
   std::swap(*this, fresh);
   fresh.unlink();
-  *kept_roots().back() = std::move(fresh);
+  kept = std::move(fresh);
 }
 
 void DBRoot::unlink() {

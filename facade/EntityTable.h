@@ -56,6 +56,7 @@ template <class P, class Object, class RowOf>
 void write_rows(ZyData::DataObj& tree, const std::vector<Object*>& objects, RowOf&& row_of) {
   constexpr std::size_t kBlock = 256;
   constexpr std::size_t kPrefetch = 16;  // objects may lie anywhere in memory
+  std::size_t next_estimate = kBlock;    // rows after which the room for all is estimated again
   const auto frame = tree.get<ZyData::Frame<P>>(P::kTable);
   RowGuard guard(*frame);
   std::array<P, kBlock> block;
@@ -68,7 +69,9 @@ void write_rows(ZyData::DataObj& tree, const std::vector<Object*>& objects, RowO
       block[i] = row_of(*object);
     }
     frame->append_rows({block.data(), count});
-    if (first == 0 && objects.size() > count) frame->reserve_rows(objects.size() - count, count);
+    if (first + count != next_estimate) continue;
+    frame->reserve_rows(objects.size() - next_estimate, next_estimate);
+    next_estimate *= 16;
   }
   guard.done();
 }

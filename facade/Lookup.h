@@ -1,6 +1,7 @@
 // References of rows, resolved through the tables that a reader gets from its caller.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -54,7 +55,7 @@ class IdLookup {
  private:
   /// Marks an id without an entry; a null pointer is a legal entry.
   static Object* absent() {
-    static char mark;
+    alignas(std::max_align_t) static char mark;
     return reinterpret_cast<Object*>(&mark);
   }
 
@@ -85,8 +86,7 @@ class NameLookup {
   }
 
  private:
-  static constexpr std::size_t kMaxKnown =
-      64;  // more distinct names than this: searching the list would cost more than the table
+  static constexpr std::size_t kMaxKnown = 64;  // searching a longer list would cost more than the table
 
   const Table<std::string, Object>& d_table;
   std::vector<std::pair<std::string, Object*>> d_known;

@@ -25,8 +25,7 @@ const Object& present(const Object* object) {
   return *object;
 }
 
-// --- objects with an id or a name
-// -------------------------------------------------------------------------------------------------
+// --- objects with an id or a name ----------------------------------------------------------------
 inline EM2DLayerProxy row_of(const EM2DLayer& layer) { return {layer.id(), layer.name(), layer.z()}; }
 inline std::unique_ptr<EM2DLayer> make_layer(const EM2DLayerProxy& row) {
   return std::make_unique<EM2DLayer>(row.id, std::string(row.name), row.z);
@@ -68,8 +67,7 @@ inline std::unique_ptr<EM2DVertex> make_vertex(const EM2DVertexProxy& row, EM2DL
                                       row.options);
 }
 
-// --- objects between two vertices
-// -------------------------------------------------------------------------------------------------
+// --- objects between two vertices ----------------------------------------------------------------
 inline EM2DTraceProxy row_of(const EM2DTrace& trace) {
   return {trace.name(), present(trace.net()).id(), present(trace.startVertex()).id(), present(trace.endVertex()).id(),
           trace.option()};
@@ -101,8 +99,7 @@ inline std::unique_ptr<EM2DVia> make_poly_via(const EM2DPolyViaProxy& row, EM2DN
                                        static_cast<EM2DPolyVia::PolyType>(row.polytype), row.coord.to_vector());
 }
 
-// --- areas and parts
-// --------------------------------------------------------------------------------------------------------------
+// --- areas and parts -----------------------------------------------------------------------------
 inline EM2DShapeProxy row_of(const EM2DShape& shape) {
   return {shape.name(),
           present(shape.layer()).id(),
@@ -132,8 +129,7 @@ inline void add_pin(EM2DCircuit& circuit, std::string_view name, EM2DVertex* ver
 }
 inline void set_option(EM2DCircuit& circuit, int option) { circuit.setOption(option); }
 
-// --- settings
-// ---------------------------------------------------------------------------------------------------------------------
+// --- settings ------------------------------------------------------------------------------------
 /// Calls visit(name, getter, setter) for every setting, in the order of the record's fields.
 template <class Visitor>
 void visit_settings(Visitor&& visit) {

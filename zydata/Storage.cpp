@@ -12,7 +12,6 @@ namespace ZyData {
 namespace {
 
 constexpr std::size_t kHugePage = std::size_t{2} << 20;
-constexpr std::size_t kLargeBlock = std::size_t{4} << 20;  // bytes from which a block is aligned for huge pages
 constexpr std::size_t kFillBlock = 1024;
 
 std::size_t saturated_product(std::uint64_t count, std::uint64_t size) {
@@ -20,12 +19,21 @@ std::size_t saturated_product(std::uint64_t count, std::uint64_t size) {
   return __builtin_mul_overflow(count, size, &bytes) ? std::numeric_limits<std::size_t>::max() : bytes;
 }
 
-/// An aligned block's size must be a multiple of its alignment. Advice covers the huge pages that are needed whole, so
-/// that the last part takes no more memory than it has bytes.
+std::size_t round_down(std::size_t bytes) { return bytes / kHugePage * kHugePage; }
+std::size_t round_up(std::size_t bytes) { return round_down(bytes + kHugePage - 1); }
+
+/// The bytes at the start of a block that huge pages should stand behind. The last page, of which a part stays unused,
+/// counts only where that part is small against the block: a large one would take memory for nothing.
+std::size_t huge_bytes(std::size_t bytes) {
+  constexpr std::size_t kMaxWaste = 16;  // the block's sixteenth
+  if (bytes > std::numeric_limits<std::size_t>::max() / 2) return 0;
+  return round_up(bytes) - bytes <= bytes / kMaxWaste ? round_up(bytes) : round_down(bytes);
+}
+
+/// An aligned block's size must be a multiple of its alignment.
 void* allocate_large(std::size_t bytes) {
-  if (bytes > std::numeric_limits<std::size_t>::max() / 2) return nullptr;
-  void* block = std::aligned_alloc(kHugePage, (bytes + kHugePage - 1) / kHugePage * kHugePage);
-  if (block != nullptr) Util::platform().advise_huge_pages(block, bytes / kHugePage * kHugePage);
+  void* block = std::aligned_alloc(kHugePage, round_up(bytes));
+  if (block != nullptr) Util::platform().advise_huge_pages(block, huge_bytes(bytes));
   return block;
 }
 
@@ -52,7 +60,7 @@ void* VCpuMem::reallocate(void* old_data, std::uint64_t /*old_capacity*/, std::u
   const std::uint64_t kept = std::min(size, new_capacity);
   UTIL_ASSERT_AT(kept == 0 || old_data != nullptr, "old_p", "Storage", 41);
   const std::size_t bytes = saturated_product(new_capacity, d_element_size);
-  if (bytes < kLargeBlock) return std::realloc(old_data, bytes);
+  if (huge_bytes(bytes) == 0) return std::realloc(old_data, bytes);
   void* block = allocate_large(bytes);
   if (block == nullptr) return nullptr;
   if (kept > 0) std::memcpy(block, old_data, kept * d_element_size);

@@ -54,8 +54,8 @@ class CORVANE_API VStorageBase {
   VStorageBase& operator=(const VStorageBase&) = default;
 };
 
-/// Process memory. Blocks of 4 MiB and more are aligned for huge pages and ask for them: filling such a block costs a
-/// fraction of the page faults.
+/// Process memory. Blocks that fill a huge page are aligned for such pages and ask for them: filling such a block costs
+/// a fraction of the page faults.
 class CORVANE_API VCpuMem : public VStorageBase {
  public:
   explicit VCpuMem(std::uint64_t element_size) : d_element_size(element_size) {}

@@ -137,11 +137,13 @@ void RunArray<T, Run>::reserve_rows(std::uint64_t rows, std::uint64_t sample) {
   offset_vector()->grow_for_append(rows);
   const std::uint64_t measured = std::min(sample, size());
   if (measured == 0) return;
-  constexpr double kSlack = 1.05;  // later rows may be a little longer
   const double mean = static_cast<double>(values_of(size() - measured, measured).size) / static_cast<double>(measured);
-  const double room = static_cast<double>(INT32_MAX) - static_cast<double>(d_values->size());
-  d_values->grow_for_append(
-      static_cast<std::uint64_t>(std::clamp(mean * static_cast<double>(rows) * kSlack, 0.0, room)));
+  const double expected = mean * static_cast<double>(rows);
+  if (expected <= static_cast<double>(d_values->capacity() - d_values->size())) return;
+  constexpr double kSlack = 1.05;                                 // later rows may be a little longer
+  constexpr std::uint64_t kAtOnce = (256ULL << 20U) / sizeof(T);  // or far shorter: beyond this, growth just doubles
+  const std::uint64_t most = std::min(std::max(kAtOnce, d_values->size()), INT32_MAX - d_values->size());
+  d_values->grow_for_append(static_cast<std::uint64_t>(std::min(expected * kSlack, static_cast<double>(most))));
 }
 
 template <class T, class Run>

@@ -5,7 +5,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <numeric>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -21,9 +20,6 @@ namespace {
 
 using TestObjects::element;
 using TestObjects::Row;
-
-constexpr const char* kBounds = "index bounds error";
-constexpr const char* kSlice = "can't modify the size of an array slice";
 
 template <class T>
 std::vector<T> content(const std::shared_ptr<DataObj>& object) {
@@ -60,13 +56,11 @@ TYPED_TEST(ArrayOf, ShowsARangeOfItsVectorCountedFromTheVectorsStart) {
   EXPECT_TRUE(content<T>(array->slice(4, 3)->slice(1, 2)) == elements<T>(1, 3));
   EXPECT_TRUE(content<T>(array->slice(4, 3)->copy(1, 20)) == elements<T>(1, 10));
 
-  const auto copy = array->copy(2, 3)->template get<Array<T>>();
-  copy->set(0, element<T>(50));
+  array->copy(2, 3)->set(0, GenericValue(element<T>(50)));
   EXPECT_TRUE(content<T>(array) == elements<T>(0, 10));
   const auto view = array->slice(2, 3)->template get<Array<T>>();
   view->set(0, element<T>(50));
   EXPECT_TRUE(*array->at(2) == element<T>(50));
-  EXPECT_EQ(view->schema(), array->schema());
   array->resize(3);  // the view follows its vector
   EXPECT_EQ(view->size(), 1u);
   array->reset();
@@ -93,20 +87,6 @@ TYPED_TEST(ArrayOf, GrowsWithItsDefaultValue) {
   EXPECT_EQ(array->size_bytes(), 3 * sizeof(T));
 }
 
-TYPED_TEST(ArrayOf, RefusesIndicesOutsideAndStaysUnchanged) {
-  using T = TypeParam;
-  const auto array = array_of<T>(5);
-  const auto view = array->slice(1, 2);
-  for (const int index : {-1, 2, 5, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
-    EXPECT_ERROR(view->address(index), kBounds);
-    EXPECT_ERROR(view->get(index), kBounds);
-    EXPECT_ERROR(view->set(index, GenericValue(element<T>(9))), kBounds);
-  }
-  EXPECT_TRUE(content<T>(array) == elements<T>(0, 5));
-  EXPECT_TRUE(view->get(1).template as<T>() == element<T>(2));
-  EXPECT_EQ(view->get(1).size(), -1);
-}
-
 TYPED_TEST(ArrayOf, AppendsItselfAndViewsOfItself) {
   using T = TypeParam;
   const auto array = array_of<T>(8);
@@ -128,55 +108,25 @@ TYPED_TEST(ArrayOf, AppendsItselfAndViewsOfItself) {
   EXPECT_EQ(array->size(), 4u);
 }
 
-TYPED_TEST(ArrayOf, SlicesDoNotGrowButTakeSingleElementsAtTheVectorsEnd) {
-  using T = TypeParam;
-  const auto array = array_of<T>(5);
-  const auto slice = array->slice(1, 2)->template get<Array<T>>();
-  EXPECT_ERROR(slice->resize(1), kSlice);
-  EXPECT_ERROR(slice->resize_bytes(sizeof(T)), kSlice);
-  EXPECT_ERROR(slice->append(*array), kSlice);
-  EXPECT_ERROR(slice->append_defaults(1), kSlice);
-  slice->push_back(element<T>(5));
-  EXPECT_TRUE(content<T>(array) == elements<T>(0, 6));
-  const auto start = array->slice(0, 2)->template get<Array<T>>();  // not a slice
-  EXPECT_FALSE(start->is_slice());
-  start->append(*array->slice(5, 1));
-  EXPECT_EQ(array->size(), 7u);
-  EXPECT_EQ(start->size(), 2u);
-  start->resize(4);
-  EXPECT_EQ(array->size(), 4u);
-  EXPECT_ERROR(start->append_defaults(1), kSlice);  // as a column it would fall behind
-  slice->truncate_rows(2);
-  EXPECT_EQ(array->size(), 4u);
-}
-
-TYPED_TEST(ArrayOf, TurnsIntoIdsWhenItsElementsAreIntegers) {
-  using T = TypeParam;
-  const auto array = array_of<T>(3);
-  if constexpr (kIsIntegralElement<T>) {
-    std::vector<std::int32_t> ids;
-    for (int i = 1; i < 3; ++i) ids.push_back(static_cast<std::int32_t>(element<T>(i)));
-    EXPECT_EQ(array->slice(1, 5)->to_id_vector(), ids);
-  } else {
-    EXPECT_ERROR(array->to_id_vector(), "ArrayBase2<T, VectorT>::to_id_vector is not available for non-integral T");
-  }
-}
-
-TYPED_TEST(ArrayOf, StoredWholeOrSlicedComesBackEqual) {
+TYPED_TEST(ArrayOf, ComesBackFromItsStoredFormWholeOrSliced) {
   using T = TypeParam;
   const auto array = array_of<T>(10);
-  for (const auto& object :
-       {std::shared_ptr<DataObj>(array), array->slice(3, 4), array->slice(9, 9), array->copy(5, 0)}) {
+  for (const auto& object : {std::shared_ptr<DataObj>(array), array->slice(3, 4), array->slice(9, 9)}) {
     const auto bytes = TestObjects::stored(object);
     const auto back = TestObjects::loaded(bytes);
     EXPECT_TRUE(content<T>(back) == content<T>(object));
     EXPECT_EQ(TestObjects::stored(back), bytes);
   }
+  if constexpr (kIsIntegralElement<T>) {
+    const std::vector<std::int32_t> ids = {static_cast<std::int32_t>(element<T>(8)),
+                                           static_cast<std::int32_t>(element<T>(9))};
+    EXPECT_EQ(array->slice(8, 5)->to_id_vector(), ids);
+  } else {
+    EXPECT_ERROR(array->to_id_vector(), "ArrayBase2<T, VectorT>::to_id_vector is not available for non-integral T");
+  }
   FrameList frames;
   array->vectorize(frames, array);
   EXPECT_EQ(frames[0]->fits(3 * sizeof(T) + 1), sizeof(T) == 1);
-  EXPECT_TRUE(frames[0]->fits(3 * sizeof(T)));
-  EXPECT_EQ(array->size(), 3u);
 }
 
 TYPED_TEST(ArrayOf, SingleValueHoldsPrintsAndStoresOneElement) {
@@ -195,18 +145,48 @@ TYPED_TEST(ArrayOf, SingleValueHoldsPrintsAndStoresOneElement) {
   for (const std::uint64_t n : {sizeof(T) - 1, sizeof(T), sizeof(T) + 1}) EXPECT_EQ(value->fits(n), n == sizeof(T));
 }
 
+TEST(Array, RefusesIndicesOutsideAndStaysUnchanged) {
+  const auto array = array_of<int>(5);
+  const auto view = array->slice(1, 2);
+  for (const int index : {-1, 2, 5, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+    EXPECT_ERROR(view->address(index), "index bounds error");
+    EXPECT_ERROR(view->get(index), "index bounds error");
+    EXPECT_ERROR(view->set(index, GenericValue(9)), "index bounds error");
+  }
+  EXPECT_EQ(content<int>(array), elements<int>(0, 5));
+  EXPECT_EQ(view->get(1).as<int>(), 3);
+}
+
+TEST(Array, SlicesDoNotGrowButTakeSingleElementsAtTheVectorsEnd) {
+  constexpr const char* kSlice = "can't modify the size of an array slice";
+  const auto array = array_of<int>(5);
+  const auto slice = array->slice(1, 2)->get<Array<int>>();
+  EXPECT_ERROR(slice->resize(1), kSlice);
+  EXPECT_ERROR(slice->resize_bytes(4), kSlice);
+  EXPECT_ERROR(slice->append(*array), kSlice);
+  EXPECT_ERROR(slice->append_defaults(1), kSlice);
+  slice->push_back(6);
+  EXPECT_EQ(content<int>(array), elements<int>(0, 6));
+  const auto start = array->slice(0, 2)->get<Array<int>>();  // no slice, because it starts at element 0
+  start->append(*array->slice(5, 1));
+  EXPECT_EQ(array->size(), 7u);
+  start->resize(4);
+  EXPECT_EQ(array->size(), 4u);
+  EXPECT_ERROR(start->append_defaults(1), kSlice);  // as a column it would fall behind
+  slice->truncate_rows(2);
+  EXPECT_EQ(array->size(), 4u);
+}
+
 TEST(Array, PrintStopsAtTheLimit) {
-  const auto print_of = [](int n) {
-    auto array = std::make_shared<Array<int>>(make_schema<int>("ids", 0x1), static_cast<std::uint64_t>(n));
-    std::iota(array->elements(), array->elements() + n, 1);
-    return TestSupport::printed_text([&] { array->print(1); });
-  };
-  const std::string fourteen = " 1 2 3 4 5 6 7 8 9 10 11 12 13 14";
-  EXPECT_EQ(print_of(0), "    ids Array[0] = [ ]\n");
-  EXPECT_EQ(print_of(14), "    ids Array[14] = [" + fourteen + " ]\n");
-  EXPECT_EQ(print_of(15), "    ids Array[15] = [" + fourteen + " 15 ]\n");
-  EXPECT_EQ(print_of(16), "    ids Array[16] = [" + fourteen + " 15... ]\n");
-  EXPECT_EQ(print_of(20), "    ids Array[20] = [" + fourteen + " 15... ]\n");
+  const auto array = std::make_shared<Array<int>>(make_schema<int>("ids", 0x1));
+  EXPECT_PRINTS(array->print(1), "    ids Array[0] = [ ]\n");
+  std::string expected;
+  for (int i = 1; i <= 20; ++i) {
+    array->push_back(i);
+    if (i <= 15) expected += " " + std::to_string(i);
+    const std::string head = "    ids Array[" + std::to_string(i) + "] = [";
+    EXPECT_PRINTS(array->print(1), head + expected + (i > 15 ? "... ]\n" : " ]\n"));
+  }
   Array<char> letters(make_schema<char>("c", 0x1), 2);
   letters.set(0, 'x'), letters.set(1, 'y');
   EXPECT_PRINTS(letters.print(11), std::string(40, ' ') + "c Array[2] = [ x y ]\n");
@@ -231,16 +211,6 @@ TEST(Array, StaysAsItWasWhenMemoryIsExhausted) {
   EXPECT_THROW(array->append_defaults(huge), std::bad_alloc);
   EXPECT_THROW(array->slice(huge, kToTheEnd)->get<Array<int>>()->assign(array->elements(), 3), std::bad_alloc);
   EXPECT_EQ(content<int>(array), elements<int>(0, 3));
-}
-
-TEST(Array, OddBytesInAFileBecomeBooleans) {
-  const auto flags = std::make_shared<Array<bool>>(make_schema<bool>("b", 0x1));
-  flags->resize(4);
-  auto bytes = TestObjects::stored(flags);
-  bytes[3] = std::string("\0\x01\x02\xff", 4);
-  const auto back = TestObjects::loaded(bytes);
-  EXPECT_EQ(TestObjects::stored(back)[3], std::string("\0\x01\x01\x01", 4));
-  EXPECT_EQ(back->to_id_vector(), (std::vector<std::int32_t>{0, 1, 1, 1}));
 }
 
 TEST(Array, StructuresThatViewOtherMemoryCannotBeStored) {

@@ -65,16 +65,13 @@ Ids ids_of(const std::shared_ptr<DataObj>& table) { return table->find_path("id"
 
 TEST(Frame, KeepsRowsColumnByColumn) {
   const TableTree tree(10);
-  expect_rows(*tree.table, 10);
   EXPECT_EQ(tree.table->parent(), tree.root);
   EXPECT_EQ(tree.table->field(0)->parent(), tree.table);
   EXPECT_EQ(ids_of(tree.table), (Ids{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
   EXPECT_EQ(tree.root->get<StringArray>("rows/name")->view(9), "n9");
   EXPECT_EQ(tree.root->get<VarArray<int>>("rows/links")->run(7).to_vector(), (std::vector<int>{7, 7, 7}));
   EXPECT_EQ(tree.table->size_bytes(), 8 + 10 * 4 + (11 * 4 + 20) + 10 * 8 + (11 * 4 + 13 * 4) + 10 * 4u);
-  tree.table->truncate_rows(3);
-  expect_rows(*tree.table, 3);
-  tree.table->truncate_rows(5);
+  for (const std::uint64_t rows : {3u, 5u}) tree.table->truncate_rows(rows);
   expect_rows(*tree.table, 3);
 }
 
@@ -111,6 +108,8 @@ TEST(Frame, ViewsShareTheRowsAndDoNotGrow) {
   for (const auto& piece : tree.table->split(3)) pieces.push_back(ids_of(piece));
   EXPECT_EQ(pieces, (std::vector<Ids>{{0, 1, 2}, {3, 4, 5}, {6, 7, 8, 9}}));
 
+  EXPECT_EQ(ids_of(tree.root->split(2)[1]->find_path("rows")), (Ids{5, 6, 7, 8, 9}));
+
   const auto copy = tree.table->copy(8, 5)->get<Frame<Row>>();
   copy->append(Row());
   expect_rows(*copy, 3);
@@ -133,35 +132,27 @@ TEST(Frame, TableMadeOfViewsLosesNothingWhenItRefusesARow) {
 
 TEST(Frame, NewColumnsGetTheRowsThatThereAre) {
   TableTree tree(3);
-  TestObjects::register_rows();
   const auto declared = make_schema<double>("declared", 0);
   tree.table->add_field("extra", declared);
-  EXPECT_EQ(declared->name(), "declared");  // the caller's schema stays as it is
-  EXPECT_EQ(declared->kind(), 0u);
+  EXPECT_EQ(declared->name() + kind_to_string(declared->kind()), "declared");  // the caller's schema stays as it is
   const auto extra = tree.table->get<Array<double>>("extra");
   EXPECT_EQ(extra->size(), 3u);
-  EXPECT_EQ(extra->schema()->name(), "extra");
   tree.append(3);
   EXPECT_EQ(extra->size(), 4u);
-  tree.table->add_field("text", make_schema<const char*>("text", 0x400));
-  EXPECT_EQ(tree.table->get<StringArray>("text")->size(), 4u);
 
   const auto column = [](std::uint64_t n) { return std::make_shared<Array<int>>(make_schema<int>("c", 0x1), n); };
-  const std::size_t fields = tree.table->field_data().size();
+  const auto dict = std::make_shared<Schema>("c", "int", 0x200, find_factory("int", 0));
+  const auto before = stored(tree.root);
   EXPECT_ERROR(tree.table->add_field("c", column(5)), "5 elements do not fit table \"rows\" of 4 rows");
   EXPECT_ERROR(tree.table->add_field("c", std::make_shared<Value<int>>(make_schema<int>("c", 0))),
                "\"c\" can't be a column of a table");
   EXPECT_ERROR(tree.table->add_field("c", make_record_schema("c")), "\"c\" can't be a column of a table");
-  EXPECT_ERROR(tree.table->add_field("c", std::make_shared<Schema>("c", "int", 0x200, find_factory("int", 0))),
-               "can't vectorize type 0x200 [dict]");
-  EXPECT_ERROR(tree.table->add_field("c", std::make_shared<Schema>("c", "int", 0, nullptr)),
-               "schema \"c\" has no data factory");
+  EXPECT_ERROR(tree.table->add_field("c", dict), "can't vectorize type 0x200 [dict]");
   EXPECT_ERROR(
       plain_table({"a"}, 2)->add_field("c", Row::class_schema()),
       "illegal call to a Schema function to add a Frame sub-fields (this is reserved for Record schema objects "
       "only -- you are calling for object \"table\" with type \"Frame\")");
-  EXPECT_EQ(tree.table->field_data().size(), fields);
-  EXPECT_EQ(tree.table->schema()->field_count(), static_cast<std::int64_t>(fields));
+  EXPECT_EQ(stored(tree.root), before);
   tree.table->add_field("c", column(4));
   EXPECT_EQ(stored(loaded(stored(tree.root))), stored(tree.root));
 }
@@ -209,20 +200,16 @@ TEST(Composite, SelectsFieldsAndSharesThem) {
   const TableTree tree(2);
   const auto chosen = tree.table->select(Ids{2, 0, 2});
   EXPECT_EQ(chosen->size(), 2u);
-  EXPECT_EQ(chosen->field_data(),
-            (std::vector<std::shared_ptr<DataObj>>{tree.table->field(2), tree.table->field(0), tree.table->field(2)}));
+  EXPECT_EQ(chosen->field(0), tree.table->field(2));
+  EXPECT_EQ(chosen->field(1), tree.table->field(0));
   EXPECT_EQ(chosen->schema()->field(1)->name(), "id");
   EXPECT_EQ(tree.table->schema()->field_count(), 5);
   const auto ids = std::make_shared<Array<int>>(make_schema<int>("ids", 0x1), 1);
-  EXPECT_EQ(tree.table->select(ids)->field(0), tree.table->field(0));
   EXPECT_EQ(tree.root->select(ids)->field(0), tree.table);
-  for (const std::shared_ptr<DataObj>& object :
-       {std::shared_ptr<DataObj>(tree.table), plain_table({"a", "b", "c", "d", "e"}, 0)->slice(0, 0)}) {
-    EXPECT_ERROR(object->select(Ids{0, -1}), "To select fields, the provided index should not be negative!");
-    EXPECT_ERROR(object->select(Ids{6}),
-                 "To select fields, the provided index should not be larger than the size of the field vector!");
-    EXPECT_ERROR(object->select(Ids{5}), "The field id is out-of-bounds");
-  }
+  EXPECT_ERROR(tree.table->select(Ids{0, -1}), "To select fields, the provided index should not be negative!");
+  EXPECT_ERROR(tree.table->select(Ids{6}),
+               "To select fields, the provided index should not be larger than the size of the field vector!");
+  EXPECT_ERROR(tree.table->select(Ids{5}), "The field id is out-of-bounds");
 }
 
 TEST(Composite, ChildIsFoundByPathAndNoNameIsTheObjectItself) {
@@ -309,14 +296,15 @@ TEST(Composite, FieldsAreSetByNameWithTheirOwnType) {
   tree.table->set_field("z", GenericValue(zs, 2));
   tree.table->set_field("links", Ids{0, 0, 3}, GenericValue(links, 3));
   tree.table->set_field("name", std::vector<std::string>{"x", "y"});
-  tree.table->set_field("id",
-                        std::shared_ptr<DataObj>(std::make_shared<Array<int>>(make_schema<int>("other", 0x1001), 2)));
-  EXPECT_EQ(tree.root->get<Value<int>>("number")->get_value(), 5);
-  EXPECT_EQ(tree.root->get<StringData>("text")->text(), "a text");
-  EXPECT_EQ(*tree.root->get<Array<double>>("rows/z")->at(1), 8.5);
-  EXPECT_EQ(tree.root->get<VarArray<int>>("rows/links")->run(1).size(), 3u);
-  EXPECT_EQ(tree.root->get<StringArray>("rows/name")->view(1), "y");
-  EXPECT_EQ(tree.table->find_path("id")->parent(), tree.table);
+  const std::shared_ptr<DataObj> ids = std::make_shared<Array<int>>(make_schema<int>("other", 0x1001), 2);
+  tree.table->set_field("id", ids);
+  EXPECT_PRINTS(tree.root->find_path("number")->print(0), "number = 5\n");
+  EXPECT_PRINTS(tree.root->find_path("text")->print(0), "String \"a text\"\n");
+  std::ostringstream stream;
+  for (const auto& column : tree.table->field_data()) column->print(stream, 0);
+  EXPECT_EQ(stream.str(),
+            "id Array[2] = [ 0 0 ]\nname StringArray[2] = [ \"x\" \"y\" ]\nz Array[2] = [ 7.5 8.5 ]\n"
+            "links VarArray[2] = [ [] [1 2 3] ]\nmode Array[2] = [ 0 0 ]\n");
   tree.append(2);
 
   const auto before = stored(tree.root);
@@ -326,18 +314,9 @@ TEST(Composite, FieldsAreSetByNameWithTheirOwnType) {
   EXPECT_ERROR(tree.table->set_field("name", std::vector<std::string>{}), unfit(0));
   EXPECT_ERROR(tree.table->set_field("z", Ids{0, 1, 2, 3}, GenericValue(links, 3)),
                "Only VarArray type can set field with two vectors!");
-  const auto with_field = make_record("rows");
-  with_field->add_field("x", make_schema<int>("x", 0));
-  const Tree other;
-  other.root->add_field("empty", make_record_schema("empty"));
-  EXPECT_ERROR(other.root->set_field("empty", std::shared_ptr<DataObj>(with_field)),
-               "the data object given for field 'empty' is of another type");
-  EXPECT_ERROR(tree.root->set_field("number", tree.root->find_path("text")),
-               "the data object given for field 'number' is of another type");
-  EXPECT_ERROR(tree.root->set_field("none", GenericValue(1)),
-               "object type 'root' does not have a field named 'none' (options are \"rows\" \"number\" \"text\")");
+  EXPECT_ERROR(tree.root->set_field("rows", plain_table({"id"}, 0)->slice(0, 0)),
+               "the data object given for field 'rows' is of another type");
   EXPECT_EQ(stored(tree.root), before);
-  with_field->clear_hierarchy();
 }
 
 TEST(Composite, IsNotStoredWhenItsSchemaWasChangedBehindItsBack) {
@@ -360,13 +339,6 @@ TEST(Composite, FrameCountDependsOnTheSchemaAlone) {
   const auto bytes = stored(full.root);
   const auto back = loaded(bytes);
   EXPECT_EQ(stored(back), bytes);
-}
-
-TEST(Record, SplitsIntoRecordsOfPieces) {
-  const TableTree tree(5);
-  const auto pieces = tree.root->split(2);
-  ASSERT_EQ(pieces.size(), 2u);
-  EXPECT_EQ(ids_of(pieces[1]->find_path("rows")), (Ids{2, 3, 4}));
 }
 
 TEST(Print, ShowsRecordsAndFramesWithTheirBlankLines) {

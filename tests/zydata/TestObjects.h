@@ -32,7 +32,7 @@ T element(int i) {
   if constexpr (std::is_same_v<T, bool>) {
     return i % 3 == 0;
   } else {
-    return static_cast<T>(i % 100 + 1);
+    return static_cast<T>(static_cast<typename ZyData::PlainNumber<T>::type>(i % 100 + 1));
   }
 }
 

@@ -1,0 +1,79 @@
+// Files of a database in memory, and everything that can be done with one that was loaded.
+#pragma once
+
+#include <iostream>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+
+#include "facade/DBRoot.h"
+#include "facade/DBZydata.h"
+#include "tests/facade/Layout.h"
+#include "tests/support/MemoryPlatform.h"
+#include "util/Error.h"
+
+namespace TestSupport {
+
+/// The folder of every database in memory.
+inline constexpr const char* kMemory = "memory";
+
+/// The bytes of a database file.
+inline std::string& file(const std::string& name) {
+  return MemoryPlatform::instance().files[std::string(kMemory) + "/" + name + ".zydat"];
+}
+
+/// Runs a read, which may find that a file contradicts itself or names what is not there.
+template <class Read>
+void tolerate(Read read) {
+  try {
+    read();
+  } catch (const Util::Error&) {
+  } catch (const std::out_of_range& error) {
+    if (error.what() != std::string("invalid unordered_map<K, T> key")) throw;
+  }
+}
+
+/// Takes what is printed while it lives.
+class NoOutput {
+ public:
+  NoOutput() : d_standard(std::cout.rdbuf(&d_nowhere)) {}
+  ~NoOutput() { std::cout.rdbuf(d_standard); }
+  NoOutput(const NoOutput&) = delete;
+  NoOutput& operator=(const NoOutput&) = delete;
+
+ private:
+  struct Nowhere : std::streambuf {
+    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
+  };
+  Nowhere d_nowhere;
+  std::streambuf* d_standard;
+};
+
+/// Reads each kind of what is open and prints everything.
+inline void read_everything(Mesh2DPlat::DBZydata& db) {
+  Layout out;
+  tolerate([&] { db.read(&out.config); });
+  tolerate([&] { db.read(out.layers); });
+  tolerate([&] { db.read(out.nets); });
+  const auto layer = out.layers.by(&EM2DLayer::id);
+  const auto net = out.nets.by(&EM2DNet::id);
+  tolerate([&] { db.read(out.signals, layer); });
+  tolerate([&] { db.read(out.vertices, {}, out.layers.by(&EM2DLayer::name)); });
+  const auto vertex = out.vertices.by(&EM2DVertex::id);
+  tolerate([&] { db.read(out.traces, net, vertex); });
+  tolerate([&] { db.read(out.vias, net, vertex); });
+  tolerate([&] { db.read(out.shapes, layer, net, ""); });
+  tolerate([&] { db.read(out.circuits, vertex); });
+  const NoOutput quiet;
+  Mesh2DPlat::currentRoot->tree->print(0);
+}
+
+/// Saves what is open, opens that and saves it again. Throws when anything fails or when equal data give other bytes.
+inline void save_twice(Mesh2DPlat::DBZydata& db) {
+  db.save("saved");
+  db.openem(true, "saved");
+  db.save("saved again");
+  if (file("saved") != file("saved again")) throw std::logic_error("equal data were saved differently");
+}
+
+}  // namespace TestSupport

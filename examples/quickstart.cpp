@@ -34,5 +34,6 @@ int main() {
   if (!again.openem(true, "demo")) return 1;
   std::vector<EM2DTrace*> traces;
   again.read(traces, {{1, &ground}}, {{0, &a}, {1, &b}});  // references are found by id
-  for (const auto& found : own(traces)) std::cout << found->name() << " ends at x = " << found->endVertex()->x() << '\n';
+  for (const auto& found : own(traces))
+    std::cout << found->name() << " ends at x = " << found->endVertex()->x() << '\n';
 }

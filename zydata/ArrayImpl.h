@@ -83,10 +83,8 @@ void ArrayBase2<T, VectorT>::describe(FrameList& parts, const std::shared_ptr<vo
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::finish() {
-  if constexpr (std::is_same_v<T, bool>) {  // any other byte than 0 and 1 is no value of a bool
-    auto* bytes = reinterpret_cast<unsigned char*>(elements());
-    std::transform(bytes, bytes + size(), bytes,
-                   [](unsigned char byte) { return static_cast<unsigned char>(byte != 0); });
+  if constexpr (std::is_same_v<T, bool>) {
+    for (T& element : std::span(elements(), size())) normalise_loaded(element);
   }
 }
 

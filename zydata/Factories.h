@@ -16,9 +16,11 @@
 #include "util/Export.h"
 #include "zydata/ArrayImpl.h"
 #include "zydata/DataFactory.h"
+#include "zydata/DictImpl.h"
 #include "zydata/Frame.h"
 #include "zydata/Kind.h"
 #include "zydata/Record.h"
+#include "zydata/SparseArrayImpl.h"
 #include "zydata/TypeName.h"
 #include "zydata/TypeRegistry.h"
 #include "zydata/Value.h"
@@ -133,6 +135,13 @@ std::shared_ptr<DataObj> create_var_array(std::shared_ptr<Schema> schema, const 
   return array;
 }
 
+template <class T>
+std::shared_ptr<DataObj> create_sparse_array(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
+  auto array = std::make_shared<SparseArray<T>>(schema);
+  array->set_default_value(default_value<T>(*schema, parameters.text));
+  return array;
+}
+
 /// For objects that start empty whatever their parameters.
 template <class Object>
 std::shared_ptr<DataObj> create_empty(std::shared_ptr<Schema> schema, const FactoryParameters&) {
@@ -150,7 +159,8 @@ struct DataFactoryT {
 
  private:
   static constexpr ParameterLayout layout() {
-    return (kind & (kKindArray | kKindVar)) != 0 ? ParameterLayout::kCountAndKind : ParameterLayout::kNone;
+    return (kind & (kKindArray | kKindVar | kKindSparse | kKindDict)) != 0 ? ParameterLayout::kCountAndKind
+                                                                           : ParameterLayout::kNone;
   }
   static constexpr CreateFunction creator() {
     if constexpr ((kind & kKindFrame) != 0) {
@@ -161,6 +171,10 @@ struct DataFactoryT {
       return &create_var_array<T>;
     } else if constexpr (kind == kKindVar) {
       return &create_empty<VarValue<T>>;
+    } else if constexpr ((kind & kKindSparse) != 0) {
+      return &create_sparse_array<T>;
+    } else if constexpr ((kind & kKindDict) != 0) {
+      return &create_empty<Dict<T>>;
     } else if constexpr ((kind & kKindArray) != 0) {
       return &create_array<T>;
     } else {
@@ -179,7 +193,9 @@ template <class T>
 void register_type() {
   static_assert(kIsBasicType<T> || std::is_enum_v<T>, "structures are entered with register_class_type");
   if constexpr (std::is_enum_v<T>) static_assert(sizeof(T) == sizeof(int), "declare the enumeration with `: int`");
-  register_factories<T, 0, kKindDefaulted, kKindArray, kKindDefaulted | kKindArray, kKindVar, kKindVar | kKindArray>();
+  constexpr std::uint32_t sparse_array = kKindSparse | kKindArray;
+  register_factories<T, 0, kKindDefaulted, kKindArray, kKindDefaulted | kKindArray, kKindVar, kKindVar | kKindArray,
+                     sparse_array, kKindDefaulted | kKindSparse, kKindDefaulted | sparse_array, kKindDict>();
 }
 
 /// Enters the factories of a plain structure.

@@ -17,6 +17,12 @@ namespace ZyData {
 /// bytes mean nothing in a file.
 CORVANE_API void check_storable_structure(const std::string& type_name, std::uint32_t kind);
 
+/// A byte other than 0 and 1 is no value of a bool; one that a file brought becomes true.
+template <class T>
+void normalise_loaded(T& value) {
+  if constexpr (std::is_same_v<T, bool>) value = *reinterpret_cast<const unsigned char*>(&value) != 0;
+}
+
 template <class T>
 class Value final : public DataObj {
  public:
@@ -41,11 +47,9 @@ class Value final : public DataObj {
   }
   std::uint64_t size_bytes() const override { return sizeof(T); }  // 30
   bool fits(std::uint64_t n) override { return n == sizeof(T); }   // 31: neither more nor less
-  void finish() override {                                         // 32
-    if constexpr (std::is_same_v<T, bool>) d_value = *reinterpret_cast<const unsigned char*>(&d_value) != 0;
-  }
-  void print(int indent) override { print(std::cout, indent); }  // 36
-  void print(std::ostream& stream, int indent) override {        // 37
+  void finish() override { normalise_loaded(d_value); }            // 32
+  void print(int indent) override { print(std::cout, indent); }    // 36
+  void print(std::ostream& stream, int indent) override {          // 37
     stream << indent_text(indent) << schema()->name() << " = ";
     print_value(stream, d_value);
     stream << std::endl;

@@ -66,6 +66,7 @@ void VarArrayBase::check_room(std::uint64_t values) const {
 
 // Elements behind `i` that were already filled are empty: they begin and end where element `i` now ends.
 void VarArrayBase::store_end(std::uint64_t i) {
+  if (i < d_offsets->filled) ++d_offsets->revision;
   const auto end = static_cast<std::int32_t>(value_count());
   d_offsets->filled = std::max(d_offsets->filled, i + 1);
   for (std::uint64_t k = i + 1; k <= d_offsets->filled; ++k) d_offsets->entries[k] = end;
@@ -80,6 +81,7 @@ void VarArrayBase::drop_elements(std::uint64_t n) noexcept {
   settle();
   d_offsets->entries.truncate(d_start + n + 1);
   d_offsets->filled = std::min(d_offsets->filled, d_start + n);
+  ++d_offsets->revision;
 }
 
 void VarArrayBase::settle() const noexcept {
@@ -92,6 +94,10 @@ void VarArrayBase::reset_view() {
   d_start = 0;
   d_count = kToTheEnd;
   d_base = 0;
+}
+
+std::uint64_t VarArrayBase::filled_elements() const {
+  return d_offsets->filled <= d_start ? 0 : std::min(size(), d_offsets->filled - d_start);
 }
 
 std::shared_ptr<CpuVector<std::int32_t>> VarArrayBase::offset_vector() const {
@@ -126,6 +132,7 @@ void VarArrayBase::finish() {
     for (std::int32_t& offset : std::span(entries.data(), entries.size())) offset -= first;
   }
   d_offsets->filled = count;
+  ++d_offsets->revision;
 }
 
 void check_is_var_array(const VarArrayBase& array) {

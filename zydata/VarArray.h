@@ -32,7 +32,8 @@ struct RunOffsets {
 
   CpuVector<std::int32_t>
       entries;  // one more than elements; those behind entry `filled` are written when they are next needed
-  std::uint64_t filled = 0;  // elements that were written or appended; the others are empty
+  std::uint64_t filled = 0;    // elements that were written or appended; the others are empty
+  std::uint64_t revision = 0;  // changes that were no appending: whoever remembers elements forgets them
 };
 
 class CORVANE_API VarArrayBase : public DataObj, public Column {
@@ -74,6 +75,8 @@ class CORVANE_API VarArrayBase : public DataObj, public Column {
   /// Writes the offsets of elements that were never filled.
   void settle() const noexcept;
   void reset_view();
+  /// Shown elements that were written or appended.
+  std::uint64_t filled_elements() const;
   std::shared_ptr<CpuVector<std::int32_t>> offset_vector() const;
   const std::shared_ptr<RunOffsets>& shared_offsets() const { return d_offsets; }
   /// Offsets of their own for `count` elements from `first`, beginning at 0.

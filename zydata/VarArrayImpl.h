@@ -121,6 +121,7 @@ void RunArray<T, Run>::assign(std::span<const std::int32_t> offsets, std::span<c
   d_values->truncate(0);
   d_values->append(values.data(), values.size());
   shared_offsets()->filled = offsets.size() - 1;
+  ++shared_offsets()->revision;
   reset_view();
 }
 

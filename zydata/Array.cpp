@@ -34,9 +34,9 @@ void ArrayBase::check_whole() const {
   if (is_slice() || d_count != kToTheEnd) throw Util::Error(std::string(kSliceRefusal));
 }
 
-void ArrayBase::show_everything() {
-  d_start = 0;
-  d_count = kToTheEnd;
+void ArrayBase::show(std::uint64_t start, std::uint64_t count) {
+  d_start = start;
+  d_count = count;
 }
 
 void check_storable_structure(const std::string& type_name, std::uint32_t kind) {

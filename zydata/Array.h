@@ -2,7 +2,7 @@
 //
 // An array shows a range of a shared Vector; several arrays may show ranges of one vector. ArrayBase knows the range,
 // ArrayBase2 the element type and the backend, Array<T> is the form in process memory. An array is a slice exactly when
-// its first element is not element 0 of the vector.
+// its first element is not element 0 of the vector. MMapArray<T> (MMapArray.h) is the form in a mapped file.
 //
 // Not for several threads: an array and the vector that it shares belong to one thread at a time.
 #pragma once
@@ -50,7 +50,8 @@ class CORVANE_API ArrayBase : public DataObj, public Column {
   void check_resizable() const;
   /// Throws for a slice and for an array that does not show everything: a column must grow with its vector.
   void check_whole() const;
-  void show_everything();
+  void show_everything() { show(0, kToTheEnd); }
+  void show(std::uint64_t start, std::uint64_t count);
   /// Elements of the range that lie in the vector, for a view of `count` elements from `first`.
   std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const;
 
@@ -92,7 +93,10 @@ class ArrayBase2 : public ArrayBase {
   void print(std::ostream& stream, int indent) override;                             // 37
 
   const GenericType& element_type() const override { return GenericTypeT<T>::instance(); }
-  const void* element_data() const override { return elements(); }
+  const void* element_data() const override {
+    check_shown_in_window();
+    return elements();
+  }
 
   // --- typed operations
   // -----------------------------------------------------------------------------------------------------------
@@ -116,9 +120,9 @@ class ArrayBase2 : public ArrayBase {
   /// Deliberate: on a slice, too, the element goes to the vector's end. May move the elements. Amortised O(1).
   void push_back(T value);
   /// Lets go of the vector and starts with a new, empty one.
-  void reset();
+  virtual void reset();
   /// What the array contributes to a message; `owner` keeps the bytes alive.
-  void describe(FrameList& parts, const std::shared_ptr<void>& owner);
+  virtual void describe(FrameList& parts, const std::shared_ptr<void>& owner);
 
   const std::shared_ptr<VectorT>& vector() const { return d_vector; }
   T default_value() const { return d_default_value; }
@@ -139,11 +143,10 @@ class ArrayBase2 : public ArrayBase {
   /// A new array of the same class over `vector`.
   virtual std::shared_ptr<DataObj> view(std::shared_ptr<VectorT> vector, std::uint64_t start,
                                         std::uint64_t count) const = 0;
-  /// A new, empty vector of the same backend type.
-  virtual std::shared_ptr<VectorT> empty_vector() const = 0;
 
  private:
-  void check_window(std::uint64_t first, std::uint64_t last) const;
+  void check_shown_in_window() const;
+  T value_at(std::uint64_t index) const;
 
   std::shared_ptr<VectorT> d_vector;  // never null
   T d_default_value;                  // of elements that resizing adds
@@ -163,7 +166,6 @@ class Array final : public ArrayBase2<T, CpuVector<T>> {
         T default_value);
   std::shared_ptr<DataObj> view(std::shared_ptr<CpuVector<T>> vector, std::uint64_t start,
                                 std::uint64_t count) const override;
-  std::shared_ptr<CpuVector<T>> empty_vector() const override { return std::make_shared<CpuVector<T>>(); }
 };
 
 #define ZYDATA_DECLARE_ARRAY(T, Name)                            \

@@ -126,7 +126,7 @@ void Dict<T>::finish() {
   bool sound = d_table->keys.ends_with_zero() && d_table->accept_links();
   for (std::uint64_t i = 0; sound && i < d_table->entries.size(); ++i) {
     Entry& entry = d_table->entries[i];
-    normalise_loaded(entry.value);
+    normalise_loaded(&entry.value, 1);
     sound = entry.key >= 0 && static_cast<std::uint64_t>(entry.key) < key_bytes;
   }
   if (!sound) throw Util::Error("the stored table of dictionary \"%s\" contradicts itself", schema()->name().c_str());

@@ -101,7 +101,7 @@ void SparseArray<T>::finish() {
   if (!d_table->accept_links()) {
     throw Util::Error("the stored table of sparse array \"%s\" contradicts itself", schema()->name().c_str());
   }
-  for (std::uint64_t i = 0; i < d_table->entries.size(); ++i) normalise_loaded(d_table->entries[i].value);
+  for (std::uint64_t i = 0; i < d_table->entries.size(); ++i) normalise_loaded(&d_table->entries[i].value, 1);
 }
 
 template <class T>

@@ -19,8 +19,11 @@ CORVANE_API void check_storable_structure(const std::string& type_name, std::uin
 
 /// A byte other than 0 and 1 is no value of a bool; one that a file brought becomes true.
 template <class T>
-void normalise_loaded(T& value) {
-  if constexpr (std::is_same_v<T, bool>) value = *reinterpret_cast<const unsigned char*>(&value) != 0;
+void normalise_loaded(T* values, std::uint64_t count) {
+  if constexpr (std::is_same_v<T, bool>) {
+    auto* bytes = reinterpret_cast<unsigned char*>(values);
+    for (std::uint64_t i = 0; i < count; ++i) bytes[i] = bytes[i] != 0 ? 1 : 0;
+  }
 }
 
 template <class T>
@@ -47,7 +50,7 @@ class Value final : public DataObj {
   }
   std::uint64_t size_bytes() const override { return sizeof(T); }  // 30
   bool fits(std::uint64_t n) override { return n == sizeof(T); }   // 31: neither more nor less
-  void finish() override { normalise_loaded(d_value); }            // 32
+  void finish() override { normalise_loaded(&d_value, 1); }        // 32
   void print(int indent) override { print(std::cout, indent); }    // 36
   void print(std::ostream& stream, int indent) override {          // 37
     stream << indent_text(indent) << schema()->name() << " = ";

@@ -36,109 +36,114 @@ std::vector<std::int32_t> run_to_ids(std::span<const T> values) {
   }
 }
 
-template <class T, class Run>
-std::shared_ptr<DataObj> RunArray<T, Run>::slice(std::uint64_t first, std::uint64_t count) {
-  return view(shared_offsets(), d_values, first, count);
+template <class T, class Run, class Memory>
+std::shared_ptr<DataObj> RunArray<T, Run, Memory>::slice(std::uint64_t first, std::uint64_t count) {
+  return view(this->shared_offsets(), d_values, first, count);
 }
 
-template <class T, class Run>
-std::shared_ptr<DataObj> RunArray<T, Run>::copy(std::uint64_t first, std::uint64_t count) {
-  const std::uint64_t shown = shown_elements(first, count);
-  const Range source = values_of(first, shown);
-  auto values = std::make_shared<CpuVector<T>>();
-  values->append(d_values->data() + source.first, source.size);
-  return view(copy_offsets(first, shown), std::move(values), 0, kToTheEnd);
+template <class T, class Run, class Memory>
+std::shared_ptr<DataObj> RunArray<T, Run, Memory>::copy(std::uint64_t first, std::uint64_t count) {
+  const std::uint64_t shown = this->shown_elements(first, count);
+  const Range source = this->values_of(first, shown);
+  const auto values = d_values->empty_like();
+  values->append(values_vector().data() + source.first, source.size);
+  return view(this->copy_offsets(first, shown), values, 0, kToTheEnd);
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::concat(const DataObj& other) {
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::concat(const DataObj& other) {
   const auto* source = dynamic_cast<const RunArray*>(&other);
   if (source == nullptr)
-    throw Util::Error("only an array of the same type can be appended to \"%s\"", schema()->name().c_str());
+    throw Util::Error("only an array of the same type can be appended to \"%s\"", this->schema()->name().c_str());
   const std::uint64_t count = source->size();
-  check_room(source->values().size());
+  this->check_room(source->values().size());
   for (std::uint64_t i = 0; i < count; ++i) append(source->run(i));
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::vectorize(FrameList& frames, std::shared_ptr<DataObj> /*self*/) {
-  settle();
-  const std::uint64_t first = std::min(start(), offset_vector()->size() - 1);
-  const Range values = values_of(first, size());
-  frames.push_back(
-      std::make_shared<ElementFrame<CpuVector<std::int32_t>>>(schema(), offset_vector(), first, size() + 1));
-  frames.push_back(std::make_shared<ElementFrame<CpuVector<T>>>(schema(), d_values, values.first, values.size));
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::vectorize(FrameList& frames, std::shared_ptr<DataObj> /*self*/) {
+  if constexpr (!Memory::kMapped) {
+    this->settle();
+    const auto offsets = this->offset_vector();
+    const std::uint64_t first = std::min(this->start(), offsets->size() - 1);
+    const Range values = this->values_of(first, this->size());
+    frames.push_back(
+        std::make_shared<ElementFrame<CpuVector<std::int32_t>>>(this->schema(), offsets, first, this->size() + 1));
+    frames.push_back(std::make_shared<ElementFrame<CpuVector<T>>>(this->schema(), d_values, values.first, values.size));
+  }
 }
 
-template <class T, class Run>
-std::uint64_t RunArray<T, Run>::size_bytes() const {
-  return (size() + 1) * sizeof(std::int32_t) + values().size_bytes();
+template <class T, class Run, class Memory>
+std::uint64_t RunArray<T, Run, Memory>::size_bytes() const {
+  return (this->size() + 1) * sizeof(std::int32_t) + values().size_bytes();
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::append(Run values) {
-  check_modifiable();
-  check_room(values.size());
-  settle();
-  offset_vector()->grow_for_append(1);
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::append(Run values) {
+  this->check_modifiable();
+  this->check_room(values.size());
+  this->settle();
+  this->offset_vector()->grow_for_append(1);
   d_values->append(values.data(), values.size());
-  grow_elements(offset_vector()->size());
-  store_end(offset_vector()->size() - 2);
-  reset_view();
+  this->grow_elements(this->offset_vector()->size());
+  this->store_end(this->offset_vector()->size() - 2);
+  this->reset_view();
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::set(std::uint64_t i, Run values) {
-  check_modifiable();
-  check_in_order(i, order_refusal());
-  check_room(values.size());
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::set(std::uint64_t i, Run values) {
+  this->check_modifiable();
+  this->check_in_order(i, order_refusal());
+  this->check_room(values.size());
   d_values->append(values.data(), values.size());
-  store_end(start() + i);
-  reset_view();
+  this->store_end(this->start() + i);
+  this->reset_view();
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::resize(std::uint64_t n) {
-  check_modifiable();
-  UTIL_ASSERT_TEXT(n >= offset_vector()->size() - 1, "siz>=size()");
-  settle();
-  grow_elements(n);
-  reset_view();
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::resize(std::uint64_t n) {
+  this->check_modifiable();
+  UTIL_ASSERT_TEXT(n >= this->offset_vector()->size() - 1, "siz>=size()");
+  this->settle();
+  this->grow_elements(n);
+  this->reset_view();
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::assign(std::span<const std::int32_t> offsets, std::span<const T> values) {
-  check_modifiable();
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::assign(std::span<const std::int32_t> offsets, std::span<const T> values) {
+  this->check_modifiable();
   const bool described = !offsets.empty() && offsets.front() == 0 && std::is_sorted(offsets.begin(), offsets.end()) &&
                          static_cast<std::uint64_t>(offsets.back()) == values.size();
   if (!described)
-    throw Util::Error("the offsets given for array \"%s\" do not describe its values", schema()->name().c_str());
-  const auto entries = offset_vector();
+    throw Util::Error("the offsets given for array \"%s\" do not describe its values", this->schema()->name().c_str());
+  const auto entries = this->offset_vector();
   entries->reserve(offsets.size());
   if (!values.empty()) d_values->reserve(values.size());
   entries->truncate(0);
   entries->append(offsets.data(), offsets.size());
   d_values->truncate(0);
   d_values->append(values.data(), values.size());
-  shared_offsets()->filled = offsets.size() - 1;
-  ++shared_offsets()->revision;
-  reset_view();
+  this->shared_offsets()->filled = offsets.size() - 1;
+  ++this->shared_offsets()->revision;
+  this->reset_view();
 }
 
-template <class T, class Run>
-std::span<const T> RunArray<T, Run>::values() const {
-  settle();
-  const Range shown = values_of(start(), size());
-  return {d_values->data() + shown.first, shown.size};
+template <class T, class Run, class Memory>
+std::span<const T> RunArray<T, Run, Memory>::values() const {
+  this->settle();
+  const Range shown = this->values_of(this->start(), this->size());
+  return {values_vector().data() + shown.first, shown.size};
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::reserve_rows(std::uint64_t rows, std::uint64_t sample) {
-  settle();
-  offset_vector()->grow_for_append(rows);
-  const std::uint64_t measured = std::min(sample, size());
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::reserve_rows(std::uint64_t rows, std::uint64_t sample) {
+  this->check_modifiable();
+  this->settle();
+  this->offset_vector()->grow_for_append(rows);
+  const std::uint64_t measured = std::min(sample, this->size());
   if (measured == 0) return;
-  const double mean = static_cast<double>(values_of(size() - measured, measured).size) / static_cast<double>(measured);
+  const double mean =
+      static_cast<double>(this->values_of(this->size() - measured, measured).size) / static_cast<double>(measured);
   const double expected = mean * static_cast<double>(rows);
   if (expected <= static_cast<double>(d_values->capacity() - d_values->size())) return;
   constexpr double kSlack = 1.05;                                 // later rows may be a little longer
@@ -147,17 +152,18 @@ void RunArray<T, Run>::reserve_rows(std::uint64_t rows, std::uint64_t sample) {
   d_values->grow_for_append(static_cast<std::uint64_t>(std::min(expected * kSlack, static_cast<double>(most))));
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::append_strided(const void* first, std::size_t stride, std::uint64_t count) {
-  check_whole();
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::append_strided(const void* first, std::size_t stride, std::uint64_t count) {
+  this->check_whole();
+  this->check_modifiable();
   const auto run_at = [&](std::uint64_t i) -> const Run& {
     return *reinterpret_cast<const Run*>(static_cast<const char*>(first) + i * stride);
   };
   std::uint64_t total = 0;
   for (std::uint64_t i = 0; i < count; ++i) total += run_at(i).size();
-  check_room(total);
-  settle();
-  const auto& entries = shared_offsets();
+  this->check_room(total);
+  this->settle();
+  const auto& entries = this->shared_offsets();
   entries->entries.grow_for_append(count);
   T* target = d_values->append_for_overwrite(total);
   std::int32_t end = entries->entries.back();
@@ -170,61 +176,70 @@ void RunArray<T, Run>::append_strided(const void* first, std::size_t stride, std
     ends[i] = end;
   }
   entries->filled = entries->entries.size() - 1;
-  reset_view();
+  this->reset_view();
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::append_defaults(std::uint64_t count) {
-  check_whole();
-  settle();
-  grow_elements(size() + count);
-  shared_offsets()->filled = offset_vector()->size() - 1;
-  reset_view();
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::append_defaults(std::uint64_t count) {
+  this->check_whole();
+  this->check_modifiable();
+  this->settle();
+  this->grow_elements(this->size() + count);
+  this->shared_offsets()->filled = this->offset_vector()->size() - 1;
+  this->reset_view();
 }
 
-template <class T, class Run>
-void RunArray<T, Run>::truncate_rows(std::uint64_t rows) noexcept {
-  if (rows >= size()) return;
-  drop_elements(rows);
-  d_values->truncate(static_cast<std::uint64_t>(shared_offsets()->entries.back()));
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::truncate_rows(std::uint64_t rows) noexcept {
+  if (rows >= this->size()) return;
+  if constexpr (Memory::kMapped) {
+    try {
+      this->check_modifiable();
+    } catch (const std::exception&) {  // nothing is dropped from a window, nor from files that can't be opened
+      return;
+    }
+  }
+  this->drop_elements(rows);
+  d_values->truncate(static_cast<std::uint64_t>(this->shared_offsets()->entries.back()));
 }
 
 template <class T>
 VarArray<T>::VarArray(std::shared_ptr<Schema> schema)
     : VarArray(std::move(schema), std::make_shared<RunOffsets>(), std::make_shared<CpuVector<T>>(), 0, kToTheEnd) {}
 
-template <class T>
-void VarArray<T>::set_field(const std::string& name, const std::vector<std::int32_t>& offsets,
-                            const GenericValue& values) {
+template <class T, class Memory>
+void NumberRuns<T, Memory>::set_field(const std::string& name, const std::vector<std::int32_t>& offsets,
+                                      const GenericValue& values) {
   if (!name.empty())
     throw Util::Error("variable array \"%s\" has no field named '%s'", this->schema()->name().c_str(), name.c_str());
   this->assign(offsets, values.elements<T>());
 }
 
-template <class T>
-std::vector<std::int32_t> VarArray<T>::to_id_vector() const {
+template <class T, class Memory>
+std::vector<std::int32_t> NumberRuns<T, Memory>::to_id_vector() const {
   return run_to_ids<T>(this->values());
 }
 
-template <class T>
-GenericValue VarArray<T>::get(int i) const {
+template <class T, class Memory>
+GenericValue NumberRuns<T, Memory>::get(int i) const {
   const Run run = this->run(static_cast<std::uint64_t>(i));
   return GenericValue(run.data(), run.size());
 }
 
-template <class T>
-void VarArray<T>::set(int i, const GenericValue& value) {
+template <class T, class Memory>
+void NumberRuns<T, Memory>::set(int i, const GenericValue& value) {
   this->set(static_cast<std::uint64_t>(i), Run(value.elements<T>()));
 }
 
-template <class T>
-void VarArray<T>::print(int indent) {
+template <class T, class Memory>
+void NumberRuns<T, Memory>::print(int indent) {
   print(std::cout, indent);
 }
 
-template <class T>
-void VarArray<T>::print(std::ostream& stream, int indent) {
-  stream << indent_text(indent) << this->schema()->name() << " VarArray[" << this->size() << "] = [ ";
+template <class T, class Memory>
+void NumberRuns<T, Memory>::print(std::ostream& stream, int indent) {
+  stream << indent_text(indent) << this->schema()->name() << (Memory::kMapped ? " MMapVarArray[" : " VarArray[")
+         << this->size() << "] = [ ";
   const std::uint64_t shown = std::min(this->size(), print_limit());
   for (std::uint64_t i = 0; i < shown; ++i) {
     stream << '[';

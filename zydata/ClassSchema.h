@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -85,7 +86,9 @@ class ClassSchema final : public ClassSchemaBase {
   }
   /// Adds a number or an enumeration whose column a frame keeps in a mapped file; "": a file called like the field.
   template <class M, class D>
-  ClassSchema& add_mapped(M T::*member, std::string name, D default_value, std::string file_name = "") {
+  requires(std::is_convertible_v<D, M> || std::is_enum_v<M>) ClassSchema& add_mapped(M T::*member, std::string name,
+                                                                                     D default_value,
+                                                                                     std::string file_name = "") {
     auto factory = DataFactoryT<M, kKindDefaulted>::instance()->with(
         {0, default_text(static_cast<M>(default_value)), std::move(file_name)});
     add_member(std::make_shared<Schema>(std::move(name), element_type_name<M>(), kKindDefaulted | kKindMMap,

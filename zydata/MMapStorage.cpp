@@ -169,6 +169,12 @@ void* VMMap::map_stored(std::uint64_t count) {
   return d_view ? address() : nullptr;
 }
 
+void VMMap::unmap_stored() noexcept {
+  replace_view({});
+  d_file.close();
+  d_pending = true;
+}
+
 void VMMap::cut_to(std::uint64_t size) {
   const std::uint64_t bytes = size * d_extent.element_size;
   if (!d_file.cut(bytes)) fail_resize(errno, kVectorLength, bytes);

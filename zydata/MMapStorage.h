@@ -90,6 +90,8 @@ class CORVANE_API VMMap : public VStorageBase {
   bool pending() const { return d_pending; }
   /// Maps `count` elements of the file and leaves its length alone.
   void* map_stored(std::uint64_t count);
+  /// Back to a storage that has opened nothing.
+  void unmap_stored() noexcept;
   /// Gives the file exactly `size` elements without moving them.
   void cut_to(std::uint64_t size);
   /// As long as the vector has `size` elements and was not resized, release() leaves the file's length alone.

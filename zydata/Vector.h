@@ -240,11 +240,16 @@ class Vector final : public VectorBase {
 template <class T, class S>
 void Vector<T, S>::open_stored() const {
   auto& self = const_cast<Vector&>(*this);
-  const std::uint64_t stored = self.d_storage.stored_length();
-  if (!d_stored.size_unknown) check_stored_length(d_storage.file_name(), stored, d_size);
-  self.d_data = self.d_storage.map_stored(stored);
-  self.d_capacity = self.d_mark = stored;
-  if (!d_stored.exactly) self.d_size = self.d_stored.expected = stored;
+  try {
+    const std::uint64_t stored = self.d_storage.stored_length();
+    if (!d_stored.size_unknown) check_stored_length(d_storage.file_name(), stored, d_size);
+    self.d_data = self.d_storage.map_stored(stored);
+    self.d_capacity = self.d_mark = stored;
+  } catch (...) {
+    self.d_storage.unmap_stored();
+    throw;
+  }
+  if (!d_stored.exactly) self.d_size = self.d_stored.expected = d_capacity;
   self.d_storage.adopt(d_stored.expected);
   self.d_stored = {false, true, d_stored.expected};
 }

@@ -54,12 +54,21 @@ class HashBase {
     return e;
   }
 
-  /// Makes room for one more entry: afterwards append() only fails for lack of memory for the entry itself.
+  /// True when one more entry wants room and most places are free.
+  bool wants_closing() const { return entries.size() >= buckets.size() && 2 * d_live < entries.size(); }
+
+  /// Makes room for one more entry: afterwards append() only fails for lack of memory for the entry itself. Free places
+  /// are closed when they are the most: entries then move up, in order.
   template <class HashOf>
   void grow_for_one(HashOf&& hash_of) {
     constexpr std::uint64_t kFirstBuckets = 8;
     if (entries.size() < buckets.size()) return;
-    rebuild(buckets.size() == 0 ? kFirstBuckets : 2 * buckets.size(), hash_of);
+    if (wants_closing()) {
+      close_free_places();
+      rebuild(buckets.size(), hash_of);
+    } else {
+      rebuild(buckets.size() == 0 ? kFirstBuckets : 2 * buckets.size(), hash_of);
+    }
   }
 
   /// Appends a zero-filled entry at the head of its chain. The caller fills everything but `next`.
@@ -127,6 +136,14 @@ class HashBase {
   std::uint64_t bucket_of(std::uint64_t hash) const {
     const std::uint64_t count = buckets.size();
     return std::has_single_bit(count) ? hash & (count - 1) : hash % count;
+  }
+
+  void close_free_places() {
+    std::uint64_t end = 0;
+    for (std::uint64_t i = 0; i < entries.size(); ++i) {
+      if (is_live(i)) entries[end++] = entries[i];
+    }
+    entries.truncate(end);
   }
 
   // Entries go to files as they lie in memory, padding included.

@@ -80,8 +80,7 @@ bool Dict<T>::remove(const std::string& key) {
 
 template <class T>
 void Dict<T>::grow_for_one() {
-  const bool is_full = d_table->entries.size() >= d_table->hash_size();
-  if (is_full && 2 * d_table->live() < d_table->entries.size()) close_free_places();
+  if (d_table->wants_closing()) close_free_places();  // before the table does it, which knows nothing of keys
   d_table->grow_for_one([&](const Entry& entry) { return d_table->keys.hash(entry.key); });
 }
 

@@ -38,8 +38,8 @@ enum class ParameterLayout {
 };
 
 struct FactoryParameters {
-  FactoryParameters(std::uint64_t count = 0, std::string default_value = "",
-                    std::string file = "")  // NOLINT: braces make one
+  // NOLINTNEXTLINE(google-explicit-constructor): braces make one
+  FactoryParameters(std::uint64_t count = 0, std::string default_value = "", std::string file = "")
       : initial_count(count), text(std::move(default_value)), file_name(std::move(file)) {}
 
   std::uint64_t initial_count;  // elements of a new object

@@ -8,21 +8,20 @@
 #include <string>
 #include <vector>
 
-#include "mpsys/FileConnection.h"
 #include "tests/support/TestSupport.h"
+#include "tests/zydata/TestObjects.h"
 #include "util/HashBase.h"
 #include "zydata/Dict.h"
-#include "zydata/Record.h"
 #include "zydata/Schema.h"
 #include "zydata/SparseArray.h"
 #include "zydata/String.h"
 #include "zydata/TypeRegistry.h"
-#include "zydata/serialize.h"
 
 namespace ZyData {
 namespace {
 
-using TestSupport::TempDir;
+using TestObjects::loaded;
+using TestObjects::stored;
 
 template <class T>
 std::shared_ptr<Dict<T>> make_dict(const std::string& name = "d") {
@@ -36,36 +35,6 @@ std::shared_ptr<SparseArray<T>> make_sparse(const std::string& name = "s") {
 
 std::shared_ptr<SearchableStringArray> make_searchable() {
   return std::make_shared<SearchableStringArray>(make_schema<const char*>("t", kKindHashed | kKindString | kKindArray));
-}
-
-/// A record under which the objects are stored, written to a file and loaded again.
-std::shared_ptr<DataObj> store_and_load(const std::vector<std::shared_ptr<DataObj>>& objects,
-                                        std::string* bytes = nullptr) {
-  const TempDir folder;
-  const auto record = make_record("r");
-  for (const auto& object : objects) record->add_field(object->schema()->name(), object);
-  {
-    MPSys::FileConnection out(folder.path("f").c_str(), MPSys::FileMode::writing);
-    sendDataObject(out, record);
-  }
-  record->clear_hierarchy();
-  if (bytes != nullptr) *bytes = TestSupport::read_file(folder.path("f"));
-  MPSys::FileConnection in(folder.path("f").c_str(), MPSys::FileMode::reading);
-  std::shared_ptr<DataObj> loaded;
-  receiveDataObject(in, loaded);
-  loaded->clear_hierarchy();
-  return loaded;
-}
-
-/// Loads a file's bytes after a change; the error that this gives.
-std::string load_error(const std::string& bytes) {
-  const TempDir folder;
-  TestSupport::write_file(folder.path("f"), bytes);
-  return TestSupport::error_text([&] {
-    MPSys::FileConnection in(folder.path("f").c_str(), MPSys::FileMode::reading);
-    std::shared_ptr<DataObj> loaded;
-    receiveDataObject(in, loaded);
-  });
 }
 
 TEST(TextHash, IsTheOneThatStoredTablesDependOn) {
@@ -177,6 +146,17 @@ TEST(SparseArray, AgreesWithAMapOverRandomInsertionsAndRemovals) {
   for (const auto& [index, value] : model) ASSERT_EQ(array->value_at(index), value);
 }
 
+TEST(SparseArray, ManyRemovalsDoNotLetTheTableGrow) {
+  const auto array = make_sparse<int>();
+  for (int i = 0; i < 100000; ++i) {
+    array->set(i, i);
+    if (i >= 10) array->remove(i - 10);
+  }
+  EXPECT_EQ(array->size(), 10U);
+  EXPECT_LT(array->size_bytes(), 4096U);
+  for (int i = 99990; i < 100000; ++i) EXPECT_EQ(array->value_at(i), i);
+}
+
 TEST(SparseArray, AbsentIndicesReadAsTheDefaultValueAndHiddenOnesThrow) {
   const auto array = make_sparse<int>();
   array->set_default_value(-5);
@@ -248,86 +228,63 @@ TEST(SearchableStringArray, FollowsEveryKindOfChange) {
 
 // --- files -------------------------------------------------------------------
 
-template <class T>
-class KeyedFiles : public testing::Test {};
-
-template <class T, class>
-struct TypeOf {
-  using type = T;
-};
-#define KEYED_TYPE(T, Name) , T
-template <class Ignored, class... T>
-using TypeList = testing::Types<T...>;
-using BasicTypes = TypeList<void ZYDATA_FOR_EACH_BASIC_TYPE(KEYED_TYPE)>;
-#undef KEYED_TYPE
-TYPED_TEST_SUITE(KeyedFiles, BasicTypes);
-
-TYPED_TEST(KeyedFiles, TablesComeBackAndAreStoredAsTheSameBytes) {
-  const auto dict = make_dict<TypeParam>();
-  const auto sparse = make_sparse<TypeParam>();
-  for (int i = 0; i < 50; ++i) {
-    dict->set("key" + std::to_string(i), static_cast<TypeParam>(static_cast<unsigned char>(i % 2)));
-    sparse->set(i * 3, static_cast<TypeParam>(static_cast<unsigned char>(i % 2)));
-  }
-  dict->remove("key7");
+TEST(KeyedFiles, AViewComesBackWithItsTable) {
+  const auto sparse = make_sparse<int>();
+  for (int i = 0; i < 50; ++i) sparse->set(i * 3, i);
   sparse->remove(9);
-  const auto view = std::dynamic_pointer_cast<SparseArray<TypeParam>>(sparse->slice(3, 60));
-  std::string first;
-  const auto loaded = store_and_load({dict, view}, &first);
-  const auto dict_again = loaded->template get<Dict<TypeParam>>("d");
-  const auto sparse_again = loaded->template get<SparseArray<TypeParam>>("s");
-  EXPECT_EQ(dict_again->size(), 49U);
-  EXPECT_EQ(dict_again->get(std::string("key49")), static_cast<TypeParam>(1));
-  EXPECT_EQ(sparse_again->size(), view->size());
-  EXPECT_EQ(sparse_again->first(), 3);
-  EXPECT_EQ(sparse_again->value_at(3), static_cast<TypeParam>(1));
-  std::string second;
-  store_and_load({dict_again, sparse_again}, &second);
-  EXPECT_EQ(first, second);
-  dict_again->set("one more", static_cast<TypeParam>(1));
-  EXPECT_EQ(dict_again->size(), 50U);
+  const auto again = loaded(stored(sparse->slice(3, 60)))->get<SparseArray<int>>();
+  EXPECT_EQ(again->first(), 3);
+  EXPECT_EQ(again->size(), 19U);
+  EXPECT_EQ(again->value_at(60), 20);
+  EXPECT_ERROR(again->value_at(63), "index bounds error");
+  EXPECT_TRUE(again->set(9, 5));
+  EXPECT_EQ(again->size(), 20U);
 }
 
 TEST(KeyedFiles, SearchableTextsComeBackWithoutTheirIndex) {
   const auto array = make_searchable();
   for (int i = 0; i < 30; ++i) array->append("t" + std::to_string(i % 20));
   EXPECT_EQ(array->find("t19"), 19);
-  const auto again = store_and_load({array})->get<SearchableStringArray>("t");
+  const auto again = loaded(stored(array))->get<SearchableStringArray>();
   EXPECT_EQ(again->size(), 30U);
   EXPECT_EQ(again->find("t19"), 19);
-  const auto part = store_and_load({array->slice(10, 5)})->get<SearchableStringArray>("t");
+  const auto part = loaded(stored(array->slice(10, 5)))->get<SearchableStringArray>();
   EXPECT_EQ(part->size(), 5U);
   EXPECT_EQ(part->find("t12"), 2);
+  auto frames = stored(array);
+  frames[3][0] = 1;
+  EXPECT_ERROR(loaded(frames), "the stored extent of \"t\" is not that of a whole array");
 }
 
 TEST(KeyedFiles, LinksThatLeadAstrayAreRefused) {
   const auto dict = make_dict<int>();
   for (const char* key : {"a", "b", "c"}) dict->set(key, 1);
-  std::string good;
-  store_and_load({dict}, &good);
-  const std::size_t keys = good.size() - 6;  // "a", "b", "c" with their zero bytes end the file
-  const std::size_t entries = keys - 3 * 12;
-  const std::size_t buckets = entries - 8 * 4;
-  const auto with_word = [&](std::size_t offset, std::int32_t word) {
-    std::string bytes = good;
-    std::memcpy(bytes.data() + offset, &word, sizeof word);
-    return bytes;
+  const auto good = stored(dict);  // frame 3: buckets, 4: entries of 12 bytes, 5: keys
+  const auto answer = [&](std::size_t frame, std::size_t offset, std::int32_t word) {
+    auto frames = good;
+    std::memcpy(frames[frame].data() + offset, &word, sizeof word);
+    return TestSupport::error_text([&] { loaded(frames); });
   };
   const std::string refusal = "the stored table of dictionary \"d\" contradicts itself";
-  EXPECT_EQ(load_error(good), "<nothing thrown>");
   for (const std::int32_t word : {-2, 3, 1000000, INT32_MIN}) {
-    for (std::size_t bucket = 0; bucket < 8; ++bucket)
-      EXPECT_EQ(load_error(with_word(buckets + 4 * bucket, word)), refusal);
+    for (std::size_t bucket = 0; bucket < 8; ++bucket) EXPECT_EQ(answer(3, 4 * bucket, word), refusal);
   }
   for (std::size_t entry = 0; entry < 3; ++entry) {
-    EXPECT_EQ(load_error(with_word(entries + 12 * entry, -1)), refusal) << "key of entry " << entry;
-    EXPECT_EQ(load_error(with_word(entries + 12 * entry, 6)), refusal) << "key of entry " << entry;
-    EXPECT_EQ(load_error(with_word(entries + 12 * entry + 8, static_cast<std::int32_t>(entry))), refusal) << "cycle";
-    EXPECT_EQ(load_error(with_word(entries + 12 * entry + 8, 77)), refusal) << "link of entry " << entry;
+    EXPECT_EQ(answer(4, 12 * entry, -1), refusal) << "key of entry " << entry;
+    EXPECT_EQ(answer(4, 12 * entry, 6), refusal) << "key of entry " << entry;
+    EXPECT_EQ(answer(4, 12 * entry + 8, static_cast<std::int32_t>(entry)), refusal) << "cycle";
+    EXPECT_EQ(answer(4, 12 * entry + 8, 77), refusal) << "link of entry " << entry;
   }
-  std::string unterminated = good;
-  unterminated.back() = 'x';
-  EXPECT_EQ(load_error(unterminated), refusal);
+  auto unterminated = good;
+  unterminated[5].back() = 'x';
+  EXPECT_ERROR(loaded(unterminated), refusal);
+  auto sparse = stored([] {
+    const auto array = make_sparse<int>();
+    array->set(1, 1);
+    return array;
+  }());
+  sparse[4].replace(8, 4, 4, '\0');  // an entry that follows itself
+  EXPECT_ERROR(loaded(sparse), "the stored table of sparse array \"s\" contradicts itself");
 }
 
 }  // namespace

@@ -435,33 +435,6 @@ TEST_F(MMapArrays, ReadAnyByteOfABool) {
   EXPECT_EQ(stream.str(), "[0 1 1 1]");
 }
 
-TEST_F(MMapArrays, DescribeThreeFrames) {
-  const auto array = mapped<int>(2, "some.file");
-  array->set_default_value(5);
-  const auto frames = TestObjects::stored(array);
-  ASSERT_EQ(frames.size(), 6u);
-  EXPECT_EQ(frames[3], "some.file");
-  EXPECT_EQ(frames[4], bytes_of<std::uint32_t>({0, 0xffffffff, 4, 0}));
-  EXPECT_EQ(frames[5], bytes_of<std::uint64_t>({0, ~std::uint64_t{0}, 5}));
-}
-
-/// Element types of other sources than the library's.
-enum Colour : int { kRed, kGreen };
-
-TEST_F(MMapArrays, HoldEnumerations) {
-  register_type<Colour>();
-  const auto object =
-      make_schema<Colour>("colours", 0x21)->factory()->create_from(make_schema<Colour>("colours", 0x21));
-  object->get<MMapArray<Colour>>()->push_back(kGreen);
-  const auto runs = std::make_shared<MMapVarArray<Colour>>(make_schema<Colour>("runs", 0x40));
-  const std::vector<Colour> both = {kRed, kGreen};
-  runs->append(both);
-  save(object);
-  save(runs, "runs");
-  EXPECT_EQ(printed(*load()), "colours MMapArray[1] = [ 1 ]\n");
-  EXPECT_EQ(printed(*load("runs")), "runs MMapVarArray[1] = [ [0 1] ]\n");
-}
-
 // --- loading ---------------------------------------------------------------------------------------------------------
 
 class LoadedMMapArray : public InFolder {

@@ -15,16 +15,12 @@ double cpu_seconds() {
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-void time_side(const Side& side, std::size_t fresh_bytes, double& seconds, double& cpu) {
-  using Clock = std::chrono::steady_clock;
+Duration time_side(const Side& side, std::size_t fresh_bytes) {
   side.prepare();
   touch_and_free(fresh_bytes);
-  const double cpu_begin = cpu_seconds();
-  const Clock::time_point begin = Clock::now();
-  side.run();
-  seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-  cpu = cpu_seconds() - cpu_begin;
+  const Duration taken = time(side.run);
   side.clean();
+  return taken;
 }
 
 template <class Value>
@@ -42,11 +38,22 @@ double ratio_of(Bound kind, double ours, double rival) { return kind == Bound::a
 
 }  // namespace
 
+Duration time(const std::function<void()>& run) {
+  using Clock = std::chrono::steady_clock;
+  const double cpu_begin = cpu_seconds();
+  const Clock::time_point begin = Clock::now();
+  run();
+  const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+  return {seconds, cpu_seconds() - cpu_begin};
+}
+
+Sample sample_of(const Duration& ours, const Duration& rival) {
+  return {ours.seconds, rival.seconds, ours.cpu_seconds, rival.cpu_seconds};
+}
+
 Sample race(const Side& ours, const Side& rival, std::size_t fresh_bytes) {
-  Sample sample;
-  time_side(ours, fresh_bytes, sample.ours, sample.ours_cpu);
-  time_side(rival, fresh_bytes, sample.rival, sample.rival_cpu);
-  return sample;
+  const Duration taken = time_side(ours, fresh_bytes);
+  return sample_of(taken, time_side(rival, fresh_bytes));
 }
 
 Summary summarise(const Figure& figure, const std::vector<Sample>& samples) {

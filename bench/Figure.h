@@ -16,12 +16,21 @@ struct Sample {
   double rival_cpu = 0;
 };
 
+struct Duration {
+  double seconds = 0;
+  double cpu_seconds = 0;
+};
+
+Duration time(const std::function<void()>& run);
+
 /// One side of a race. Only `run` is timed.
 struct Side {
   std::function<void()> prepare;
   std::function<void()> run;
   std::function<void()> clean;
 };
+
+Sample sample_of(const Duration& ours, const Duration& rival);
 
 /// Runs both sides once, ours first. Before each `run`, `fresh_bytes` of memory are touched and freed.
 Sample race(const Side& ours, const Side& rival, std::size_t fresh_bytes);

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "bench/FileRivals.h"
-#include "bench/OwnMemory.h"
+#include "bench/OwnProcess.h"
 #include "facade/DBRoot.h"
 #include "tools/corvane/DatabaseRoundTrip.h"
 #include "tools/corvane/LayoutCompare.h"
@@ -133,11 +133,11 @@ std::function<Sample()> Stage::save() {
 }
 
 std::function<Sample()> Stage::load() {
-  const Side ours{[this] { close(); }, [this] { open_file(); }, [this] { close(); }};
-  const auto buffers = std::make_shared<FrameBuffers>();
-  const Side rival{nothing, [this, buffers] { *buffers = read_into_malloced_buffers(path(kFile)); },
-                   [buffers] { buffers->clear(); }};
-  return [=, this] { return race(ours, rival, d_fresh_bytes); };
+  close();
+  return [this] {
+    const Duration ours = time_in_own_process(Operation::load, d_folder, kFile);
+    return sample_of(ours, time_in_own_process(Operation::read, d_folder, kFile));
+  };
 }
 
 void Stage::read_all(Layout& to) {
@@ -166,16 +166,12 @@ std::function<Sample()> Stage::read() {
 
 std::function<Sample()> Stage::load_memory() {
   close();
-  return [this] {
-    return Sample{static_cast<double>(bytes_in_own_process("load", d_folder, kFile)), file_bytes(), 0, 0};
-  };
+  return [this] { return Sample{bytes_in_own_process(Operation::load_memory, d_folder, kFile), file_bytes(), 0, 0}; };
 }
 
 std::function<Sample()> Stage::save_memory() {
   close();
-  return [this] {
-    return Sample{static_cast<double>(bytes_in_own_process("save", d_folder, kFile)), file_bytes(), 0, 0};
-  };
+  return [this] { return Sample{bytes_in_own_process(Operation::save_memory, d_folder, kFile), file_bytes(), 0, 0}; };
 }
 
 std::function<Sample()> Stage::file_size() {

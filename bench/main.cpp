@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "bench/Memory.h"
-#include "bench/OwnMemory.h"
+#include "bench/OwnProcess.h"
 #include "bench/Report.h"
 #include "bench/Stage.h"
 #include "bench/Workload.h"
@@ -118,7 +118,7 @@ int run(int count, char** arguments) {
 int main(int count, char** arguments) {
   try {
     if (count == 5 && arguments[1] == std::string(CorvaneBench::kMeasureOption)) {
-      CorvaneBench::measure_memory(arguments[2], arguments[3], arguments[4]);
+      CorvaneBench::measure(arguments[2], arguments[3], arguments[4]);
       return 0;
     }
     return CorvaneBench::run(count, arguments);

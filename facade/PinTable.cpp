@@ -67,6 +67,24 @@ void check_circuit(const EM2DCircuitProxy& row, std::uint64_t pins) {
   }
 }
 
+/// Cuts a table back to its rows before a write unless the write has come to its end.
+class RowGuard {
+ public:
+  explicit RowGuard(ZyData::FrameBase& frame) : d_frame(frame), d_rows(frame.size()) {}
+  ~RowGuard() {
+    if (!d_done) d_frame.truncate_rows(d_rows);
+  }
+  RowGuard(const RowGuard&) = delete;
+  RowGuard& operator=(const RowGuard&) = delete;
+
+  void done() { d_done = true; }
+
+ private:
+  ZyData::FrameBase& d_frame;
+  std::uint64_t d_rows;
+  bool d_done = false;
+};
+
 }  // namespace
 
 void PinTable::write(ZyData::DataObj& tree, const std::vector<EM2DCircuit*>& circuits) {

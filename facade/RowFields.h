@@ -1,8 +1,8 @@
 // Row structures: how the fields of a table are declared once and used twice.
 //
-// A row structure lists its fields in a constexpr tuple. declare_rows() makes the class schema from it, through which
-// rows are written; RowReader takes the columns by name and puts rows together again, value by value, without a virtual
-// call.
+// A row structure lists its fields in a constexpr tuple. declare_rows() makes the class schema from it; RowWriter and
+// RowReader take the columns by name, and take rows apart and put them together again, value by value, without a
+// virtual call.
 #pragma once
 
 #include <cstddef>
@@ -57,6 +57,20 @@ std::shared_ptr<ZyData::ClassSchema<P>> declare_rows() {
   return schema;
 }
 
+/// The class of the columns that hold members of type M.
+template <class M>
+struct ColumnOf {
+  using type = ZyData::Array<M>;
+};
+template <>
+struct ColumnOf<std::string_view> {
+  using type = ZyData::StringArray;
+};
+template <class T>
+struct ColumnOf<Util::USpan<T>> {
+  using type = ZyData::VarArray<T>;
+};
+
 /// A column of numbers, borrowed from the array that holds it.
 template <class M>
 class ColumnView {
@@ -94,6 +108,69 @@ class ColumnView<std::string_view> : public RunColumnView<char, std::string_view
 template <class T>
 class ColumnView<Util::USpan<T>> : public RunColumnView<T, Util::USpan<T>, ZyData::VarArray<T>> {
   using RunColumnView<T, Util::USpan<T>, ZyData::VarArray<T>>::RunColumnView;
+};
+
+/// Appends rows to one table, value by value, straight into the vectors of its columns. Nothing else may use the table
+/// until done(); a writer that never comes to it leaves the table as it was.
+template <class P>
+class RowWriter {
+ public:
+  /// Exactly `count` rows will come. Throws Util::Error when the table or a column is missing or of another type.
+  RowWriter(ZyData::DataObj& tree, std::uint64_t count)
+      : RowWriter(tree.get<ZyData::Frame<P>>(P::kTable), count, P::fields()) {}
+
+  void append(const P& row) { append(row, std::make_index_sequence<std::tuple_size_v<Fields>>()); }
+  void done() {
+    std::apply([](auto&... columns) { (columns.elements.done(), ...); }, d_columns);
+    d_frame->complete_rows(d_count);
+  }
+
+ private:
+  using Fields = decltype(P::fields());
+
+  /// Where one column is found, and how many rows it will take.
+  struct Place {
+    ZyData::DataObj& frame;
+    const char* name;
+    std::uint64_t count;
+  };
+  template <class M>
+  struct ColumnWriter {
+    explicit ColumnWriter(const Place& at)
+        : elements(*at.frame.template get<typename ColumnOf<M>::type>(at.name), at.count) {}
+    typename ColumnOf<M>::type::Appender elements;
+  };
+  template <class Tuple>
+  struct Writers;
+  template <class... M>
+  struct Writers<std::tuple<RowField<P, M>...>> {
+    using type = std::tuple<ColumnWriter<M>...>;
+  };
+
+  template <class... M>
+  RowWriter(std::shared_ptr<ZyData::Frame<P>> frame, std::uint64_t count, const std::tuple<RowField<P, M>...>& fields)
+      : d_frame(checked(std::move(frame))),
+        d_count(count),
+        d_columns(std::apply(
+            [&](const auto&... field) {
+              return std::tuple<ColumnWriter<M>...>{Place{*d_frame, field.name, count}...};
+            },
+            fields)) {}
+
+  static std::shared_ptr<ZyData::Frame<P>> checked(std::shared_ptr<ZyData::Frame<P>> frame) {
+    frame->check_takes_structures();
+    return frame;
+  }
+
+  template <std::size_t... i>
+  void append(const P& row, std::index_sequence<i...>) {
+    constexpr Fields fields = P::fields();
+    (std::get<i>(d_columns).elements.append(row.*(std::get<i>(fields).written)), ...);
+  }
+
+  std::shared_ptr<ZyData::Frame<P>> d_frame;
+  std::uint64_t d_count;  // rows
+  typename Writers<Fields>::type d_columns;
 };
 
 /// The rows of one table, put together from its columns. Borrows the columns: valid until the table changes.

@@ -128,9 +128,11 @@ class ArrayBase2 : public ArrayBase {
   T default_value() const { return d_default_value; }
   void set_default_value(T value) { d_default_value = value; }
 
+  /// Appends elements one by one to a whole array, straight into its vector.
+  class Appender;
+
   // --- rows of a frame
   // ------------------------------------------------------------------------------------------------------------
-  void reserve_rows(std::uint64_t rows, std::uint64_t sample) override;
   void append_strided(const void* first, std::size_t stride, std::uint64_t count) override;
   void append_defaults(std::uint64_t count) override;
   void truncate_rows(std::uint64_t rows) noexcept override;
@@ -150,6 +152,33 @@ class ArrayBase2 : public ArrayBase {
 
   std::shared_ptr<VectorT> d_vector;  // never null
   T d_default_value;                  // of elements that resizing adds
+};
+
+/// Nothing else may use the array until done(); without it, the elements go again.
+template <class T, class VectorT>
+class ArrayBase2<T, VectorT>::Appender {
+ public:
+  /// Exactly `count` elements will come. Throws Util::Error on a slice, StorageError::WindowViolation when they do not
+  /// all lie in the window.
+  Appender(ArrayBase2& array, std::uint64_t count) : d_vector(*array.d_vector), d_size(d_vector.size()) {
+    array.check_whole();
+    if (count > 0) d_vector.check_window(d_size, d_size + count - 1);
+    d_next = d_vector.append_for_overwrite(count);
+  }
+  ~Appender() {
+    if (!d_done) d_vector.truncate(d_size);
+  }
+  Appender(const Appender&) = delete;
+  Appender& operator=(const Appender&) = delete;
+
+  void append(T value) { *d_next++ = value; }
+  void done() { d_done = true; }
+
+ private:
+  VectorT& d_vector;
+  std::uint64_t d_size;  // elements before the first call
+  T* d_next = nullptr;
+  bool d_done = false;
 };
 
 /// An array in process memory.

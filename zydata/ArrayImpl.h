@@ -197,11 +197,6 @@ void ArrayBase2<T, VectorT>::reset() {
 }
 
 template <class T, class VectorT>
-void ArrayBase2<T, VectorT>::reserve_rows(std::uint64_t rows, std::uint64_t /*sample*/) {
-  d_vector->grow_for_append(rows);
-}
-
-template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::append_strided(const void* first, std::size_t stride, std::uint64_t count) {
   check_whole();
   if (count > 0) d_vector->check_window(d_vector->size(), d_vector->size() + count - 1);

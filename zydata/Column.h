@@ -13,9 +13,6 @@ namespace ZyData {
 
 class CORVANE_API Column {
  public:
-  /// Makes room for `rows` more rows. Texts and lists are taken to be as long on average as those of the last `sample`
-  /// rows.
-  virtual void reserve_rows(std::uint64_t rows, std::uint64_t sample) = 0;
   /// Appends `count` rows from values that lie `stride` bytes apart, the first at `first`: members of a run of
   /// structures. Numbers stand as themselves, texts as std::string_view, lists as Util::USpan.
   virtual void append_strided(const void* first, std::size_t stride, std::uint64_t count) = 0;

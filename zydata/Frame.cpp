@@ -4,6 +4,7 @@
 #include <iostream>
 #include <utility>
 
+#include "util/Assert.h"
 #include "util/Error.h"
 #include "zydata/Array.h"
 #include "zydata/ClassSchema.h"
@@ -14,6 +15,16 @@
 namespace ZyData {
 
 template class Frame<UntypedClass>;
+
+namespace {
+
+Column& as_column(DataObj& data) {
+  auto* column = dynamic_cast<Column*>(&data);
+  if (column == nullptr) throw Util::Error("\"%s\" can't be a column of a table", data.schema()->name().c_str());
+  return *column;
+}
+
+}  // namespace
 
 FrameBase::FrameBase(std::shared_ptr<Schema> schema) : Composite(std::move(schema)) { refresh(); }
 
@@ -85,10 +96,6 @@ void FrameBase::print(std::ostream& stream, int indent) {
   stream << indent_text(indent) << "}\n";
 }
 
-void FrameBase::reserve_rows(std::uint64_t rows, std::uint64_t sample) {
-  for (Column* column : columns()) column->reserve_rows(rows, sample);
-}
-
 void FrameBase::truncate_rows(std::uint64_t rows) noexcept {
   for (const auto& part : field_data()) {
     if (auto* column = dynamic_cast<Column*>(part.get())) column->truncate_rows(rows);
@@ -96,16 +103,38 @@ void FrameBase::truncate_rows(std::uint64_t rows) noexcept {
   d_rows = std::min(d_rows, rows);
 }
 
-void FrameBase::append_structures(const void* first, std::size_t stride, std::uint64_t count) {
+const ClassSchemaBase& FrameBase::class_schema() const {
+  const auto* result = dynamic_cast<const ClassSchemaBase*>(schema().get());
+  if (result == nullptr) throw Util::Error("table \"%s\" is not bound to a structure", schema()->name().c_str());
+  return *result;
+}
+
+void FrameBase::check_takes_structures() const {
   if (d_is_slice) throw Util::Error(std::string(kSliceRefusal));
-  const auto* class_schema = dynamic_cast<const ClassSchemaBase*>(schema().get());
-  if (class_schema == nullptr) throw Util::Error("table \"%s\" is not bound to a structure", schema()->name().c_str());
-  class_schema->check_holds_all_members();
+  class_schema().check_holds_all_members();
   check_described();
+}
+
+void FrameBase::complete_rows(std::uint64_t rows) {
+  try {
+    for (const auto& part : field_data()) {
+      if (part->size() == d_rows) as_column(*part).append_defaults(rows);
+      UTIL_ASSERT(part->size() == d_rows + rows);
+    }
+  } catch (...) {
+    truncate_rows(d_rows);
+    throw;
+  }
+  d_rows += rows;
+}
+
+void FrameBase::append_structures(const void* first, std::size_t stride, std::uint64_t count) {
+  check_takes_structures();
+  const ClassSchemaBase& members = class_schema();
   const std::vector<Column*> targets = columns();
   try {
     for (std::size_t i = 0; i < targets.size(); ++i) {
-      const ClassFieldAccess& access = class_schema->access(i);
+      const ClassFieldAccess& access = members.access(i);
       if (access.usable()) {
         targets[i]->append_strided(access.address(first), stride, count);
       } else {
@@ -126,9 +155,8 @@ std::shared_ptr<Schema> FrameBase::field_form(const std::shared_ptr<Schema>& for
 }
 
 void FrameBase::accept(DataObj& new_column, bool created_here) {
-  auto* column = dynamic_cast<Column*>(&new_column);
-  if (column == nullptr) throw Util::Error("\"%s\" can't be a column of a table", new_column.schema()->name().c_str());
-  if (created_here && new_column.size() < d_rows) column->append_defaults(d_rows - new_column.size());
+  Column& column = as_column(new_column);
+  if (created_here && new_column.size() < d_rows) column.append_defaults(d_rows - new_column.size());
   if (field_data().empty()) d_rows = new_column.size();
   check_elements(new_column.size());
 }
@@ -149,11 +177,7 @@ void FrameBase::check_row_counts() const {
 std::vector<Column*> FrameBase::columns() const {
   std::vector<Column*> result;
   result.reserve(field_data().size());
-  for (const auto& part : field_data()) {
-    auto* column = dynamic_cast<Column*>(part.get());
-    if (column == nullptr) throw Util::Error("\"%s\" can't be a column of a table", part->schema()->name().c_str());
-    result.push_back(column);
-  }
+  for (const auto& part : field_data()) result.push_back(&as_column(*part));
   return result;
 }
 

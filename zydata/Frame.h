@@ -13,6 +13,8 @@
 
 namespace ZyData {
 
+class ClassSchemaBase;
+
 class CORVANE_API FrameBase : public Composite {
  public:
   using DataObj::print;
@@ -40,8 +42,12 @@ class CORVANE_API FrameBase : public Composite {
 
   // --- rows
   // -----------------------------------------------------------------------------------------------------------------------
-  /// Makes room for `rows` more rows; texts and lists are taken to be as long as those of the last `sample` rows.
-  void reserve_rows(std::uint64_t rows, std::uint64_t sample);
+  /// For a writer that appends to the columns itself. Throws Util::Error for a slice, and for a table, loaded from a
+  /// file, that has no place for a member of its structure.
+  void check_takes_structures() const;
+  /// Counts `rows` rows that such a writer has appended; a column that it left alone gets its default value. When
+  /// anything throws, the rows are gone.
+  void complete_rows(std::uint64_t rows);
   /// Drops the rows from `rows` on.
   void truncate_rows(std::uint64_t rows) noexcept;
 
@@ -62,6 +68,7 @@ class CORVANE_API FrameBase : public Composite {
  private:
   std::uint64_t shown_rows(std::uint64_t first, std::uint64_t count) const;
   void check_row_counts() const;
+  const ClassSchemaBase& class_schema() const;
   /// The children as columns; throws when one is none.
   std::vector<Column*> columns() const;
 

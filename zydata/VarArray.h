@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string>
@@ -189,9 +190,11 @@ class RunArray : public RunTable<Memory> {
   /// The values of the shown elements, end to end.
   std::span<const T> values() const;
 
+  /// Appends elements one by one to a whole array, straight into its vectors.
+  class Appender;
+
   // --- rows of a frame
   // ------------------------------------------------------------------------------------------------------------
-  void reserve_rows(std::uint64_t rows, std::uint64_t sample) override;
   /// The runs must not lie in this array.
   void append_strided(const void* first, std::size_t stride, std::uint64_t count) override;
   void append_defaults(std::uint64_t count) override;
@@ -227,6 +230,45 @@ class RunArray : public RunTable<Memory> {
 
  private:
   std::shared_ptr<Values> d_values;  // never null
+};
+
+/// Nothing else may use the array until done(); without it, the elements go again.
+template <class T, class Run, class Memory>
+class RunArray<T, Run, Memory>::Appender {
+ public:
+  /// Exactly `count` elements will come. Throws Util::Error for a view.
+  Appender(RunArray& array, std::uint64_t count);
+  ~Appender() {
+    if (!d_done) d_array.truncate_rows(d_before);
+  }
+  Appender(const Appender&) = delete;
+  Appender& operator=(const Appender&) = delete;
+
+  /// The values must not lie in the array. Throws Util::Error for more values than an array can hold.
+  void append(const Run& run) {
+    if (run.size() > d_limit - d_end) make_room(run.size());
+    if (!run.empty()) std::memcpy(d_values + d_end, run.data(), run.size() * sizeof(T));
+    d_end += run.size();
+    *d_next_end++ = static_cast<std::int32_t>(d_end);
+  }
+  void done();
+
+ private:
+  /// Counts the values appended so far.
+  void commit();
+  void make_room(std::uint64_t values);
+  /// Values to come if the elements to come are as long as those before them.
+  std::uint64_t expected_values() const;
+
+  RunArray& d_array;
+  std::uint64_t d_before;              // elements before the first call
+  std::uint64_t d_first_value;         // values before the first call
+  T* d_values = nullptr;               // the first value of the whole array
+  std::uint64_t d_end = 0;             // values in all
+  std::uint64_t d_limit = 0;           // values for which there is room
+  std::int32_t* d_next_end = nullptr;  // where the end of the next element goes
+  std::uint64_t d_count;               // elements that will have come
+  bool d_done = false;
 };
 
 /// Runs of numbers: what VarArray and MMapVarArray have in common.

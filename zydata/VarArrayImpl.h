@@ -2,7 +2,7 @@
 #pragma once
 
 #include <algorithm>
-#include <cstring>
+#include <exception>
 #include <iostream>
 #include <utility>
 
@@ -136,47 +136,65 @@ std::span<const T> RunArray<T, Run, Memory>::values() const {
 }
 
 template <class T, class Run, class Memory>
-void RunArray<T, Run, Memory>::reserve_rows(std::uint64_t rows, std::uint64_t sample) {
-  this->check_modifiable();
-  this->settle();
-  this->offset_vector()->grow_for_append(rows);
-  const std::uint64_t measured = std::min(sample, this->size());
-  if (measured == 0) return;
-  const double mean =
-      static_cast<double>(this->values_of(this->size() - measured, measured).size) / static_cast<double>(measured);
-  const double expected = mean * static_cast<double>(rows);
-  if (expected <= static_cast<double>(d_values->capacity() - d_values->size())) return;
-  constexpr double kSlack = 1.05;                                 // later rows may be a little longer
-  constexpr std::uint64_t kAtOnce = (256ULL << 20U) / sizeof(T);  // or far shorter: beyond this, growth just doubles
-  const std::uint64_t most = std::min(std::max(kAtOnce, d_values->size()), INT32_MAX - d_values->size());
-  d_values->grow_for_append(static_cast<std::uint64_t>(std::min(expected * kSlack, static_cast<double>(most))));
+RunArray<T, Run, Memory>::Appender::Appender(RunArray& array, std::uint64_t count)
+    : d_array(array), d_before(array.size()), d_first_value(array.values_vector().size()), d_count(count) {
+  array.check_whole();
+  array.check_modifiable();
+  array.settle();
+  d_next_end = array.shared_offsets()->entries.append_for_overwrite(count);
+  d_end = d_first_value;
+  commit();
+}
+
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::Appender::commit() {
+  auto& values = *d_array.d_values;
+  values.append_for_overwrite(d_end - values.size());
+  d_values = values.data();
+  d_limit = std::min<std::uint64_t>(values.capacity(), INT32_MAX);
+}
+
+template <class T, class Run, class Memory>
+std::uint64_t RunArray<T, Run, Memory>::Appender::expected_values() const {
+  constexpr std::uint64_t kSample = 256;                                    // elements; fewer say little
+  constexpr double kSlack = 1.05;                                           // later ones may be a little longer
+  constexpr double kAtOnce = static_cast<double>(256U << 20U) / sizeof(T);  // or far shorter: then growth just doubles
+  const std::int32_t* first = d_array.shared_offsets()->entries.data() + d_before + 1;
+  const auto come = static_cast<std::uint64_t>(d_next_end - first);
+  if (come < kSample) return 0;
+  const double mean = static_cast<double>(d_end - d_first_value) / static_cast<double>(come);
+  const double expected = mean * static_cast<double>(d_count - come) * kSlack;
+  return static_cast<std::uint64_t>(std::min({expected, kAtOnce, static_cast<double>(INT32_MAX - d_end)}));
+}
+
+// The room that is expected may be far more than needed, so a lack of memory or of disk space for it is no failure.
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::Appender::make_room(std::uint64_t values) {
+  commit();
+  d_array.check_room(values);
+  try {
+    d_array.d_values->grow_for_append(std::max(values, expected_values()));
+  } catch (const std::exception&) {
+    d_array.d_values->grow_for_append(values);
+  }
+  commit();
+}
+
+template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::Appender::done() {
+  commit();
+  const auto& offsets = d_array.shared_offsets();
+  offsets->filled = offsets->entries.size() - 1;
+  d_array.reset_view();
+  d_done = true;
 }
 
 template <class T, class Run, class Memory>
 void RunArray<T, Run, Memory>::append_strided(const void* first, std::size_t stride, std::uint64_t count) {
-  this->check_whole();
-  this->check_modifiable();
-  const auto run_at = [&](std::uint64_t i) -> const Run& {
-    return *reinterpret_cast<const Run*>(static_cast<const char*>(first) + i * stride);
-  };
-  std::uint64_t total = 0;
-  for (std::uint64_t i = 0; i < count; ++i) total += run_at(i).size();
-  this->check_room(total);
-  this->settle();
-  const auto& entries = this->shared_offsets();
-  entries->entries.grow_for_append(count);
-  T* target = d_values->append_for_overwrite(total);
-  std::int32_t end = entries->entries.back();
-  std::int32_t* ends = entries->entries.append_for_overwrite(count);
-  for (std::uint64_t i = 0; i < count; ++i) {
-    const Run& run = run_at(i);
-    if (!run.empty()) std::memcpy(target, run.data(), run.size() * sizeof(T));
-    target += run.size();
-    end += static_cast<std::int32_t>(run.size());
-    ends[i] = end;
-  }
-  entries->filled = entries->entries.size() - 1;
-  this->reset_view();
+  Appender elements(*this, count);
+  const char* run = static_cast<const char*>(first);
+  for (std::uint64_t i = 0; i < count; ++i, run += stride) elements.append(*reinterpret_cast<const Run*>(run));
+  elements.done();
 }
 
 template <class T, class Run, class Memory>

@@ -1,5 +1,6 @@
 // The shape of the exported classes: programs are compiled against it.
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <string>
@@ -8,6 +9,8 @@
 
 #include "facade/DBZydata.h"
 #include "tests/support/TestSupport.h"
+#include "zydata/ClassSchema.h"
+#include "zydata/TypeRegistry.h"
 
 namespace Mesh2DPlat {
 namespace {
@@ -89,6 +92,45 @@ TEST(Interface, IsUsedThroughTheBase) {
   std::vector<EM2DLayer*> layers;
   EXPECT_TRUE(base.read(layers));
   EXPECT_TRUE(layers.empty());
+}
+
+const std::vector<std::string> kRows{
+    "EM2DPin",         "EM2DCircuitProxy", "EM2DLayerProxy",   "EM2DNetProxy",     "EM2DSignalProxy", "EM2DTraceProxy",
+    "EM2DVertexProxy", "EM2DViaProxy",     "EM2DPolyViaProxy", "EM2DShapeProxy",   "MeshNodeProxy",   "MeshEdgeProxy",
+    "MeshFaceProxy",   "MeshPolygonProxy", "MeshLayerProxy",   "MeshMediumProxy",  "MeshMetalProxy",  "MeshViaProxy",
+    "ViaMeshProxy",    "SpecialVoidProxy", "MAShapeProxy",     "EMMeshVertexProxy"};
+
+TEST(RowStructures, AreKnownFromTheFirstDatabaseOn) {
+  const DBZydata db("unused");
+  const DBZydata again("unused");
+  for (const std::string& name : kRows) {
+    const std::string type = "Mesh2DPlat::" + name;
+    EXPECT_EQ(ZyData::find_class_schema(type).type_name(), type);
+    for (const std::uint32_t kind : {0x0u, 0x1u, 0x8u, 0x10u, 0x1008u}) {
+      EXPECT_EQ(ZyData::find_factory(type, kind | 0x40000)->kind(), kind);
+    }
+  }
+  for (const char* name : {"EM2DNetProxy::eType", "EM2DShapeProxy::eType", "EM2DPolyViaProxy::ePolyType"}) {
+    EXPECT_EQ(ZyData::find_factory(std::string("Mesh2DPlat::") + name, 0x1001)->kind(), 0x1001u);
+  }
+}
+
+TEST(RowStructures, HaveTheirMembersInTheOrderOfTheColumns) {
+  const DBZydata db("unused");
+  const char structure[256]{};
+  for (const std::string& name : kRows) {
+    const auto& schema = dynamic_cast<const ZyData::ClassSchemaBase&>(ZyData::find_class_schema("Mesh2DPlat::" + name));
+    const void* last = nullptr;
+    for (std::size_t i = 0; i < schema.fields().size(); ++i) {
+      const void* member = schema.access(i).address(structure);
+      if (name == "EM2DTraceProxy" && schema.fields()[i]->name() == "option") {
+        EXPECT_EQ(member, last) << "the column is bound to the end vertex";
+      } else {
+        EXPECT_LT(last, member) << name << "." << schema.fields()[i]->name();
+      }
+      last = member;
+    }
+  }
 }
 
 }  // namespace

@@ -106,7 +106,8 @@ std::vector<Growth> growths() {
       {[](MMapArray<int>& array) { array.resize(5000); }, 20000},
       {[](MMapArray<int>& array) { array.append_strided(many.data(), 4, 5000); }, 20012},
       {[](MMapArray<int>& array) { array.assign(many.data(), 5000); }, 20000},
-      {[](MMapArray<int>& array) { array.reserve_rows(2 * Util::platform().page_size() / 4, 0); }, 2 * page + 12},
+      {[](MMapArray<int>& array) { array.vector()->grow_for_append(2 * Util::platform().page_size() / 4); },
+       2 * page + 12},
   };
 }
 

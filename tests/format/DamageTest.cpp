@@ -29,6 +29,7 @@ using TestSupport::save_twice;
 // Where parts of the golden files begin.
 constexpr std::size_t kNodes = 12 + 8 * 98;
 constexpr std::size_t kTexts = kNodes + 3200 + 924;
+constexpr std::size_t kStorage = kTexts + 900;
 
 /// True for the bytes of a node that no reader interprets.
 bool is_kept_as_it_is(std::size_t offset) {
@@ -147,7 +148,7 @@ TEST_F(Damage, CutsAreReportedWithTheirNumbers) {
 
 // The schema parts of both files are alike: of the second one, the rest is enough.
 TEST_F(Damage, FlippedBytesDoNoHarm) {
-  for (const auto& [name, first] : {std::pair("db", std::size_t{0}), std::pair("full", kTexts)}) {
+  for (const auto& [name, first] : {std::pair("db", std::size_t{0}), std::pair("full", kStorage)}) {
     file("damaged") = golden(name);
     for (std::size_t at = first; at < file("damaged").size() && !HasFailure(); ++at) {
       const char byte = file("damaged")[at];
@@ -159,7 +160,7 @@ TEST_F(Damage, FlippedBytesDoNoHarm) {
 }
 
 TEST_F(Damage, HugeClaimsTakeNoMemory) {
-  for (const auto& [name, first] : {std::pair("db", std::size_t{0}), std::pair("full", kTexts)}) {
+  for (const auto& [name, first] : {std::pair("db", std::size_t{0}), std::pair("full", kStorage)}) {
     file("damaged") = golden(name);
     for (std::size_t at = first; at + 4 <= file("damaged").size(); at += 4) {
       for (const char* word : {"\xff\xff\xff\xff", "\xff\xff\xff\x7f"}) try_patched(at, word);

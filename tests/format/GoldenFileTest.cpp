@@ -1,5 +1,6 @@
 // The bytes of a database file: docs/file-format.md and tools/make_golden.py say what they have to be.
 #include <cstdlib>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,8 @@ void write_full(DBZydata& db) {
 struct Example {
   const char* name;
   void (*write)(DBZydata& db);
+
+  friend void PrintTo(const Example& example, std::ostream* stream) { *stream << example.name; }
 };
 
 class GoldenFile : public testing::TestWithParam<Example> {

@@ -84,7 +84,6 @@ TEST(Frame, FailedAppendLeavesAllColumnsAsLongAsTheyWere) {
   EXPECT_ERROR(tree.table->append_rows(rows), "array \"links\" can't hold more than 2147483647 values");
   expect_rows(*tree.table, 3);
   EXPECT_EQ(stored(tree.root), before);
-  tree.table->reserve_rows(100, 2);
   tree.table->append_rows({});
   tree.append(3);
   EXPECT_EQ(ids_of(tree.table), (Ids{0, 1, 2, 3}));

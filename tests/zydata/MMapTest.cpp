@@ -553,7 +553,6 @@ class MappedColumn : public InFolder {
   }
   static void append(Frame<Point>& frame, int rows) {
     const std::vector<int> links = {1, 2, 3};
-    frame.reserve_rows(static_cast<std::uint64_t>(rows), 0);
     for (int i = 0; i < rows; ++i) {
       frame.append({i,
                     i * 0.5,

@@ -59,7 +59,7 @@ void MMapArray<T>::describe(FrameList& parts, const std::shared_ptr<void>& owner
       throw Util::Error("mapped array \"%s\" is in a file without a name and can't be stored",
                         this->schema()->name().c_str());
     }
-    if (!vector->storage().is_referenced()) vector->trim();
+    vector->trim();
     const T default_value = this->default_value();
     d_view = View{this->start(), this->count(), {}};
     std::memcpy(d_view.default_value, &default_value, sizeof default_value);

@@ -110,8 +110,7 @@ void* MMapRegion::reallocate(void*, std::uint64_t, std::uint64_t new_capacity, s
 void MMapRegion::release(void*, std::uint64_t, std::uint64_t size) {
   if (!d_file.is_open()) return;
   take({});
-  const bool changed = d_resized || size != d_adopted;
-  const bool cut = !changed || d_file.cut((d_first + size) * d_unit);
+  const bool cut = keeps_length(size) || d_file.cut((d_first + size) * d_unit);
   const int error_number = errno;
   d_file.close();
   d_released = true;

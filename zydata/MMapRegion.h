@@ -73,6 +73,7 @@ class CORVANE_API MMapRegion : public VStorageBase {
   void cut_to(std::uint64_t size);
   /// As long as the vector has `size` elements and was not resized, release() leaves the file's length alone.
   void adopt(std::uint64_t size) { d_adopted = size; }
+  bool keeps_length(std::uint64_t size) const { return !d_resized && size == d_adopted; }
 
  protected:
   /// A region of a new file without a name, in the folder of `other`'s.

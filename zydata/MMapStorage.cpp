@@ -123,9 +123,8 @@ void* VMMap::reallocate(void* /*old_data*/, std::uint64_t /*old_capacity*/, std:
 void VMMap::release(void* /*data*/, std::uint64_t capacity, std::uint64_t size) {
   if (!d_file.is_open()) return;
   replace_view({});
-  const bool untouched = d_referenced && !d_resized && size == d_adopted;
   const std::uint64_t bytes = size * d_extent.element_size;
-  const bool fits = untouched || capacity <= size || d_file.cut(bytes);
+  const bool fits = keeps_length(size) || capacity <= size || d_file.cut(bytes);
   const int error_number = errno;
   d_file.close();
   d_released = true;

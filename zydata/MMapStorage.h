@@ -96,6 +96,7 @@ class CORVANE_API VMMap : public VStorageBase {
   void cut_to(std::uint64_t size);
   /// As long as the vector has `size` elements and was not resized, release() leaves the file's length alone.
   void adopt(std::uint64_t size) { d_adopted = size; }
+  bool keeps_length(std::uint64_t size) const { return d_referenced && !d_resized && size == d_adopted; }
 
  protected:
   /// Goes on in a file without a name, in the folder of this one.

@@ -14,10 +14,10 @@
 namespace ZyData {
 
 /// What a message brings must lie within what offsets can express.
-void check_stored_window(const Schema& schema, const std::uint64_t (&window)[4]);
+CORVANE_API void check_stored_window(const Schema& schema, const std::uint64_t (&window)[4]);
 /// Throws Util::Error unless the values begin where the offsets say.
-void check_values_begin(const Schema& schema, std::uint64_t first_value, std::uint64_t base);
-[[noreturn]] void throw_not_storable(const Schema& schema, const std::string& base_name);
+CORVANE_API void check_values_begin(const Schema& schema, std::uint64_t first_value, std::uint64_t base);
+[[noreturn]] CORVANE_API void throw_not_storable(const Schema& schema, const std::string& base_name);
 
 template <class T>
 MMapVarArray<T>::MMapVarArray(std::shared_ptr<Schema> schema, std::string base_name, std::uint64_t first_offset,
@@ -95,7 +95,7 @@ void MMapVarArray<T>::note_window() {
   const bool whole = this->start() == 0 && this->count() == kToTheEnd;
   if (whole && offsets.entries.pending()) return;  // as the message said
   const auto shown = this->values_of(this->start(), this->size());
-  if (offsets.growable && !values.storage().is_referenced()) {
+  if (offsets.growable) {
     offsets.entries.trim();
     values.trim();
   }

@@ -118,14 +118,6 @@ void RunTable<Memory>::drop_elements(std::uint64_t n) noexcept {
 }
 
 template <class Memory>
-void RunTable<Memory>::settle() const noexcept {
-  auto& entries = d_offsets->entries;
-  if (Memory::kMapped && (entries.pending() || entries.empty())) return;
-  const std::int32_t end = entries[d_offsets->filled];
-  for (std::uint64_t k = entries.size() - 1; k > d_offsets->filled && entries[k] != end; --k) entries[k] = end;
-}
-
-template <class Memory>
 std::uint64_t RunTable<Memory>::filled_elements() const {
   return d_offsets->filled <= start() ? 0 : std::min(size(), d_offsets->filled - start());
 }

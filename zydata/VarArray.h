@@ -54,6 +54,18 @@ struct OffsetTable {
   explicit OffsetTable(Entries vector) : entries(std::move(vector)) {
     if (!entries.pending() && entries.empty()) entries.push_back(0);
   }
+  OffsetTable(const OffsetTable&) = delete;
+  OffsetTable& operator=(const OffsetTable&) = delete;
+  ~OffsetTable() {
+    if constexpr (Memory::kMapped) settle();  // the file stays
+  }
+
+  /// Writes the offsets of elements that were never filled.
+  void settle() noexcept {
+    if (Memory::kMapped && (entries.pending() || entries.empty())) return;
+    const std::int32_t end = entries[filled];
+    for (std::uint64_t k = entries.size() - 1; k > filled && entries[k] != end; --k) entries[k] = end;
+  }
   std::shared_ptr<OffsetTable> empty_like() const {
     return std::make_shared<OffsetTable>(Entries(entries.storage().empty_like()));
   }
@@ -134,8 +146,7 @@ class RunTable : public VarArrayBase {
   void store_end(std::uint64_t i);
   void grow_elements(std::uint64_t n);
   void drop_elements(std::uint64_t n) noexcept;
-  /// Writes the offsets of elements that were never filled.
-  void settle() const noexcept;
+  void settle() const noexcept { d_offsets->settle(); }
   /// Shown elements that were written or appended.
   std::uint64_t filled_elements() const;
   std::shared_ptr<OffsetVector> offset_vector() const;

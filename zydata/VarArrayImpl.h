@@ -83,10 +83,11 @@ void RunArray<T, Run, Memory>::append(Run values) {
   this->check_modifiable();
   this->check_room(values.size());
   this->settle();
-  this->offset_vector()->grow_for_append(1);
+  Offsets& offsets = *this->shared_offsets();
+  offsets.entries.grow_for_append(1);
   d_values->append(values.data(), values.size());
-  this->grow_elements(this->offset_vector()->size());
-  this->store_end(this->offset_vector()->size() - 2);
+  offsets.entries.push_back(static_cast<std::int32_t>(value_count()));
+  offsets.filled = offsets.entries.size() - 1;
   this->reset_view();
 }
 

@@ -216,9 +216,10 @@ class Vector final : public VectorBase {
     d_capacity = d_mark = 0;
     d_size = d_stored.expected;
   }
-  /// Gives the file exactly the elements, which stay where they are.
+  /// Gives the file exactly the elements, which stay where they are. A file that was opened for a message and has as
+  /// many elements as then keeps its length.
   void trim() {
-    if (d_data == nullptr || d_capacity == d_size) return;
+    if (d_data == nullptr || d_capacity == d_size || d_storage.keeps_length(d_size)) return;
     d_storage.cut_to(d_size);
     d_capacity = d_size;
     d_mark = 0;

@@ -30,17 +30,10 @@ using TestSupport::Operation;
 using TestSupport::read_file;
 using TestSupport::write_file;
 
-class MMapFaults : public testing::Test {
+class MMapFaults : public TestSupport::InFolder {
  protected:
-  MMapFaults() {
-    std::filesystem::current_path(d_folder.path());
-    d_platform.reset();
-  }
-  ~MMapFaults() override {
-    d_platform.reset();
-    std::filesystem::current_path(d_before);
-    EXPECT_EQ(open_descriptors(), d_descriptors);
-  }
+  MMapFaults() { d_platform.reset(); }
+  ~MMapFaults() override { d_platform.reset(); }
 
   /// The text of `action` while `call` fails.
   template <class Action>
@@ -53,9 +46,6 @@ class MMapFaults : public testing::Test {
     return text;
   }
 
-  std::filesystem::path d_before = std::filesystem::current_path();
-  TestSupport::TempDir d_folder;
-  std::ptrdiff_t d_descriptors = open_descriptors();
   FaultyPlatform& d_platform = FaultyPlatform::instance();
 };
 

@@ -21,6 +21,7 @@ namespace ZyData {
 namespace {
 
 using TestObjects::element;
+using TestSupport::InFolder;
 using TestSupport::load_tree;
 using TestSupport::read_file;
 using TestSupport::save_tree;
@@ -34,17 +35,6 @@ std::string golden(const std::string& name) { return read_file(CORVANE_TEST_DATA
 std::string printed(DataObj& object) {
   return TestSupport::printed_text([&] { object.print(0); });
 }
-
-/// A folder of its own as the current one, because mapped objects name their files from there.
-class InFolder : public testing::Test {
- protected:
-  InFolder() { std::filesystem::current_path(d_folder.path()); }
-  ~InFolder() override { std::filesystem::current_path(d_before); }
-
- private:
-  std::filesystem::path d_before = std::filesystem::current_path();
-  TestSupport::TempDir d_folder;
-};
 
 /// Adds an object of this kind through its factory.
 template <class Object, class T, std::uint32_t kind>

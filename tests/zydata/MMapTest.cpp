@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "mpsys/FileConnection.h"
+#include "tests/format/Tree.h"
 #include "tests/support/TestSupport.h"
 #include "tests/zydata/TestObjects.h"
 #include "util/Platform.h"
@@ -20,7 +20,6 @@
 #include "zydata/MMapVarArray.h"
 #include "zydata/MemoryData.h"
 #include "zydata/Schema.h"
-#include "zydata/serialize.h"
 
 namespace ZyData {
 namespace {
@@ -32,38 +31,18 @@ using TestSupport::write_file;
 
 constexpr std::uint32_t kMapped = 0x1021;
 
-/// A folder of its own as the current one, because loaded data name their files from there; every descriptor that a
-/// test opens must be closed at its end.
-class InFolder : public testing::Test {
+class InFolder : public TestSupport::InFolder {
  protected:
-  InFolder() { std::filesystem::current_path(d_folder.path()); }
-  ~InFolder() override {
-    allow_foreign_mapped_files(false);
-    std::filesystem::current_path(d_before);
-    EXPECT_EQ(open_descriptors(), d_descriptors);
-  }
-
-  std::filesystem::path d_before = std::filesystem::current_path();
-  TestSupport::TempDir d_folder;
-  std::ptrdiff_t d_descriptors = open_descriptors();
+  ~InFolder() override { allow_foreign_mapped_files(false); }
 };
 
 std::uint64_t page() { return Util::platform().page_size(); }
 
 void save(const std::shared_ptr<DataObj>& object, const std::string& path = "message") {
-  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::writing);
-  sendDataObject(connection, object);
-  connection.close();
+  TestSupport::save_tree(path, object);
 }
 
-/// The loaded object, not linked: a linked one would keep itself alive.
-std::shared_ptr<DataObj> load(const std::string& path = "message") {
-  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
-  std::shared_ptr<DataObj> object;
-  EXPECT_TRUE(receiveDataObject(connection, object));
-  object->clear_hierarchy();
-  return object;
-}
+std::shared_ptr<DataObj> load(const std::string& path = "message") { return TestSupport::load_tree(path); }
 
 std::string printed(DataObj& object) {
   std::ostringstream stream;
@@ -401,6 +380,8 @@ TYPED_TEST(MMapArrayOf, ComesBackByReference) {
     EXPECT_EQ(again->count(), kToTheEnd);
     again->resize(32);
     EXPECT_TRUE(*again->at(31) == element<T>(3));
+    save(again);
+    EXPECT_EQ(std::filesystem::file_size("a"), 32 * sizeof(T)) << "a reader would take spare elements for real ones";
   }
   EXPECT_EQ(std::filesystem::file_size("a"), 32 * sizeof(T));
 }
@@ -726,6 +707,15 @@ TEST_F(MMapVarArrays, OffsetsAndValuesStandAsTheyAre) {
   EXPECT_EQ(read_file("v.values"), "abxyzq");
 }
 
+TEST_F(MMapVarArrays, ElementsThatWereNeverSetAreEmptyInTheFile) {
+  {
+    MMapVarArray<char> array(make_schema<char>("v", 0x40));
+    array.resize(3);
+    array.set(0, {"ab", 2});
+  }
+  EXPECT_EQ(read_file("v.offsets"), bytes_of<std::int32_t>({0, 2, 2, 2}));
+}
+
 TEST_F(MMapVarArrays, AWindowShowsAPartOfTheFiles) {
   letters()->close();
   const auto window = std::make_shared<MMapVarArray<char>>(make_schema<char>("v", 0x40), "", 2, 2, 2, 3);
@@ -809,6 +799,14 @@ TEST_F(Regions, AreMappedFromTheirFirstElement) {
   EXPECT_EQ(static_cast<int*>(region.data())[999], element<int>(2999));
   EXPECT_EQ(static_cast<int*>(region.data())[2999], 0);
   EXPECT_EQ(std::filesystem::file_size("r"), 20000u);
+}
+
+TEST_F(Regions, StayClosedOnceTheirVectorLetsGo) {
+  Vector<int, RegionMem<int>> vector(RegionMem<int>("r"));
+  vector.push_back(5);
+  vector.close();
+  EXPECT_ERROR(vector.push_back(6), "mmap file \"r\" was closed by its vector");
+  EXPECT_EQ(read_file("r"), bytes_of<int>({0, 5}));  // a new region has one element
 }
 
 TEST_F(Regions, GiveEmptyFilesALength) {

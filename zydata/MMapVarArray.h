@@ -67,7 +67,7 @@ class MMapVarArray final : public NumberRuns<T, MappedRuns> {
 };
 
 /// The base name under which a reader of a stored schema looks for the files.
-std::string stored_base_name(const Schema& schema);
+CORVANE_API std::string stored_base_name(const Schema& schema);
 
 #define ZYDATA_DECLARE_MMAP_VAR_ARRAY(T, Name)                               \
   extern template class CORVANE_API RunArray<T, Util::USpan<T>, MappedRuns>; \

@@ -7,10 +7,12 @@
 #include <cstdint>
 #include <string>
 
+#include "util/Export.h"
+
 namespace ZyData {
 
 /// A mapped part of a file; exactly this part is unmapped, and once.
-class MappedView {
+class CORVANE_API MappedView {
  public:
   MappedView() = default;
   /// Maps [offset, offset + length), shared, for reading and writing. Empty when that failed.
@@ -32,7 +34,7 @@ class MappedView {
   std::uint64_t d_length = 0;
 };
 
-class MappedFile {
+class CORVANE_API MappedFile {
  public:
   MappedFile() = default;
   MappedFile(MappedFile&& other) noexcept;

@@ -15,7 +15,7 @@ CORVANE_API std::uint64_t print_limit();
 CORVANE_API void set_print_limit(std::uint64_t limit);
 
 /// Four blanks per level, at most 40.
-std::string indent_text(int level);
+CORVANE_API std::string indent_text(int level);
 
 /// True for the bytes 0x20 to 0x7e, whatever the locale.
 bool is_printable(char c);

@@ -20,6 +20,7 @@
 #include "zydata/MMapRegion.h"
 #include "zydata/MMapVarArray.h"
 #include "zydata/Schema.h"
+#include "zydata/serialize.h"
 
 namespace ZyData {
 namespace {
@@ -243,6 +244,19 @@ TEST_F(MMapFaults, ClosingRunsReportsAndClosesBothFiles) {
   EXPECT_EQ(text_when(Operation::setFileSize, EIO, [&] { array->close(); }),
             "resizing v.offsets fails!\n    Input/output error");
   EXPECT_EQ(open_descriptors(), d_descriptors);
+}
+
+TEST_F(MMapFaults, WhatCannotBeCutIsNotStored) {
+  const auto array = three();
+  EXPECT_EQ(text_when(Operation::setFileSize, EIO, [&] { data_message(array); }),
+            "failed to resize mmap file \"a\" to vector length (12)\n    Input/output error");
+  expect_three(*array);
+  const auto lists = runs();
+  EXPECT_EQ(text_when(Operation::setFileSize, EIO, [&] { data_message(lists); }),
+            "resizing v.offsets fails!\n    Input/output error");
+  EXPECT_EQ(text_when(Operation::openUnnamed, EMFILE, [&] { lists->copy(0, 1); }),
+            "failed to open mmap file \"\"\n    Too many open files");
+  EXPECT_EQ(lists->size(), 2u);
 }
 
 /// A limit on file sizes stands in for a disk that is full: reserving blocks meets it, too.

@@ -103,6 +103,12 @@ TEST(Dict, AKeyEndsAtItsFirstZeroByte) {
   EXPECT_FALSE(dict->set(std::string("ab\0xx", 5), 2));
 }
 
+TEST(Dict, KeysEndBelowTwoGibibytes) {
+  DictKeys keys;
+  keys.texts.resize_for_overwrite(INT32_MAX - 3);  // room only: no page is touched
+  EXPECT_ERROR(keys.append("abc", "d"), "the keys of dictionary \"d\" take more than 2147483647 bytes");
+}
+
 TEST(Dict, ManyRemovalsDoNotLetTheTableGrow) {
   const auto dict = make_dict<int>();
   for (int i = 0; i < 100000; ++i) {

@@ -5,6 +5,7 @@
 
 #include "util/Error.h"
 #include "zydata/DataFactory.h"
+#include "zydata/Kind.h"
 #include "zydata/TypeRegistry.h"
 
 namespace Mesh2DPlat {
@@ -22,9 +23,27 @@ void make_table(std::unique_ptr<T>& slot, ZyData::Schema* top) {
   if (top != nullptr) slot->define(*top);
 }
 
+/// Null when there is none.
+const ZyData::Schema* find_field_in_file(const ZyData::Schema& schema) {
+  if ((schema.kind() & ZyData::kKindInFile) != 0) return &schema;
+  for (const auto& field : schema.fields()) {
+    if (const ZyData::Schema* found = find_field_in_file(*field)) return found;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 DBRoot* currentRoot = nullptr;
+
+void refuse_fields_in_files(ZyData::DataObj& loaded) {
+  const ZyData::Schema* field = find_field_in_file(*loaded.schema());
+  if (field == nullptr) return;
+  const Util::Error error("field \"%s\" of kind 0x%x [%s] keeps its elements in another file: no database can have it",
+                          field->name().c_str(), field->kind(), ZyData::kind_to_string(field->kind()).c_str());
+  loaded.clear_hierarchy();  // linked trees keep themselves alive
+  throw error;
+}
 
 void replace_root(const std::string& name) { currentRoot = &kept_roots().emplace_back(name); }
 

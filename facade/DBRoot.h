@@ -48,6 +48,11 @@ struct DBRoot {
   void unlink();
 };
 
+/// Throws Util::Error when a loaded tree has a field whose elements lie in files of their own, and takes the tree
+/// apart: a database is one file, and what it names may not be opened. Such fields open nothing before their first use,
+/// so no file was opened yet.
+void refuse_fields_in_files(ZyData::DataObj& loaded);
+
 /// The root that every database works on; null before the first one is constructed.
 extern DBRoot* currentRoot;
 

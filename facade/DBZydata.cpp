@@ -141,7 +141,7 @@ bool DBZydata::openem(bool load, const std::string& name) {
   if (!exists(path)) return false;
   MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
   std::shared_ptr<ZyData::DataObj> loaded;
-  ZyData::receiveDataObject(connection, loaded);
+  if (ZyData::receiveDataObject(connection, loaded)) refuse_fields_in_files(*loaded);
   currentRoot->take(std::move(loaded));  // nothing received: nothing is open
   return true;
 }

@@ -21,7 +21,8 @@ LAYERS = [
     ("zydata", "zydata core",
      "Kind TypeName GenericType GenericValue data DataPath Print Schema SchemaTable DataFactory TypeRegistry"),
     ("zydata", "zydata containers",
-     "Storage MMapStorage MMapRegion Vector VectorBase MemoryData Column Value Array VarArray String Dict SparseArray"),
+     "Storage MappedFile MMapStorage MMapRegion Vector VectorBase MemoryData Column Value Array MMapArray VarArray "
+     "MMapVarArray String Dict SparseArray"),
     ("zydata", "zydata composites",
      "Composite ClassAccess ClassSchema Record Frame Factories BuiltinTypes"),
     ("mpsys", "mpsys",

@@ -81,7 +81,7 @@ std::uint64_t FrameBase::size_bytes() const { return sizeof d_rows + children_si
 
 void FrameBase::finish() {
   Composite::finish();
-  columns();
+  for (Column* column : columns()) column->expect_rows(d_rows);
   check_row_counts();
 }
 
@@ -152,7 +152,8 @@ void FrameBase::append_structures(const void* first, std::size_t stride, std::ui
 
 std::shared_ptr<Schema> FrameBase::field_form(const std::shared_ptr<Schema>& form) const {
   if ((form->kind() & kKindHasFields) != 0) schema()->check_takes_frames();
-  return (form->kind() & kKindArray) != 0 ? form : form->vector_form();
+  const bool is_column = (form->kind() & (kKindArray | kKindMMapVarArray)) != 0;
+  return is_column ? form : form->vector_form();
 }
 
 void FrameBase::accept(DataObj& new_column, bool created_here) {

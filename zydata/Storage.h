@@ -84,7 +84,12 @@ class CORVANE_API VCpuMem : public VStorageBase {
 template <class T>
 class CpuMem final : public VCpuMem {
  public:
+  static constexpr bool kMapped = false;
+
   CpuMem() : VCpuMem(sizeof(T)) {}
+
+  /// A storage for other elements of the same kind.
+  CpuMem empty_like() const { return CpuMem(); }
 };
 
 /// Writes one element's bytes into a run of elements, in blocks of 1024 bytes.

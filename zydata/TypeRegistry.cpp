@@ -53,10 +53,14 @@ void register_factory(const std::string& type_name, std::shared_ptr<DataFactory>
   registries().factories.try_emplace(std::move(key), std::move(factory));
 }
 
-std::shared_ptr<DataFactory> find_factory(const std::string& type_name, std::uint32_t kind) {
+std::shared_ptr<DataFactory> find_factory_or_null(const std::string& type_name, std::uint32_t kind) {
   const auto& factories = registries().factories;
   const auto found = factories.find(FactoryKey{type_name, kind & kKindKeyMask});
-  if (found != factories.end()) return found->second;
+  return found == factories.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<DataFactory> find_factory(const std::string& type_name, std::uint32_t kind) {
+  if (auto found = find_factory_or_null(type_name, kind)) return found;
   throw Util::Error(
       "data type \"%s\" is not registered with zydata (flags: %s):\n\t call \"ZyData::register_type<%s>();\" before "
       "deserialization.",

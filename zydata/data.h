@@ -95,7 +95,7 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   virtual std::uint64_t size_bytes() const = 0;                              // 30
   /// Prepares for `n` bytes that a message brings; false when they do not fit.
   virtual bool fits(std::uint64_t n);       // 31: n <= size_bytes()
-  virtual void finish();                    // 32: checks what a load has filled; does nothing
+  virtual void finish();                    // 32: for loaders only: checks what they filled; does nothing
   virtual std::shared_ptr<void> message();  // 33: owner of the bytes; empty
   virtual void on_access();                 // 34: hook of typed child access; does nothing
   virtual void reset();                     // 35: empties an array; does nothing

@@ -242,6 +242,7 @@ TEST(FactoryVectorForm, IsRefusedWhereThereIsNone) {
                "can't vectorize type 0x401 [string array]");
   EXPECT_ERROR(find_factory("int", 0)->vector_factory(0x41200, 0),
                "can't vectorize type 0x41200 [class_access defaulted dict]");
+  EXPECT_ERROR(find_factory("ZyData::UntypedClass", 0x10)->vector_factory(0, 0), "can't vectorize type 0x0 []");
   EXPECT_EQ(find_factory("const char*", 0x400)->vector_factory(0x400, 3)->kind(), 0x401u);
 }
 

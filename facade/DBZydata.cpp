@@ -16,7 +16,14 @@
 namespace Mesh2DPlat {
 namespace {
 
+/// The system would take a name up to its zero byte, which is another file.
+void check_path(const std::string& path) {
+  if (path.find('\0') == std::string::npos) return;
+  throw Util::Error("the path '%s' goes on behind a zero byte", path.c_str());
+}
+
 bool exists(const std::string& path) {
+  check_path(path);
   std::error_code error;
   const bool result = Util::platform().exists(path, error);
   if (error) throw std::filesystem::filesystem_error("exists", path, error);
@@ -31,6 +38,7 @@ void create_directory_if_absent(const std::string& path) {
 }
 
 void write_file(const std::string& path, const MPSys::Message& message) {
+  check_path(path);
   MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::writing);
   connection.send(message, 0);
   connection.close();

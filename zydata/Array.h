@@ -80,8 +80,8 @@ class ArrayBase2 : public ArrayBase {
   std::vector<std::int32_t> to_id_vector() const override;                           // 20
   void* address(int i) override { return at(i); }                                    // 21
   void* data() override { return elements(); }                                       // 22
-  GenericValue get(int i) const override;                                            // 23
-  void set(int i, const GenericValue& value) override { set(i, value.as<T>()); }     // 24
+  void set(int i, const GenericValue& value) override { set(i, value.as<T>()); }     // 23
+  GenericValue get(int i) const override;                                            // 24
   GenericValue value() const override;                                               // 25
   void set_value(const GenericValue& value) override;                                // 26
   void push_back(const GenericValue& value) override { push_back(value.as<T>()); }   // 27
@@ -120,7 +120,7 @@ class ArrayBase2 : public ArrayBase {
   /// Deliberate: on a slice, too, the element goes to the vector's end. May move the elements. Amortised O(1).
   void push_back(T value);
   /// Lets go of the vector and starts with a new, empty one.
-  virtual void reset();
+  void reset() override;  // 35
   /// What the array contributes to a message; `owner` keeps the bytes alive.
   virtual void describe(FrameList& parts, const std::shared_ptr<void>& owner);
 

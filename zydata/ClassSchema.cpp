@@ -10,7 +10,7 @@ namespace ZyData {
 namespace {
 
 const std::shared_ptr<ClassFieldAccess>& no_access() {
-  static const std::shared_ptr<ClassFieldAccess> accessor = std::make_shared<ClassFieldNoAccess>();
+  static const auto& accessor = *new std::shared_ptr<ClassFieldAccess>(std::make_shared<ClassFieldNoAccess>());
   return accessor;
 }
 

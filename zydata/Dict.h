@@ -68,7 +68,7 @@ class Dict final : public DataObj {
   // --- slots -----------------------------------------------------------------
   std::uint64_t size() const override { return d_table->live(); }               // 1: live entries
   void* data() override { return d_table->entries.data(); }                     // 22
-  GenericValue get(int i) const override { return GenericValue(value_at(i)); }  // 23
+  GenericValue get(int i) const override { return GenericValue(value_at(i)); }  // 24
   void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override;    // 29: buckets, entries, keys
   std::uint64_t size_bytes() const override;                                    // 30
   void finish() override;                                 // 32: throws Util::Error for bad links or keys

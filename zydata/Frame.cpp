@@ -51,7 +51,7 @@ std::shared_ptr<DataObj> FrameBase::slice(std::uint64_t first, std::uint64_t cou
   const std::uint64_t shown = shown_rows(first, count);
   std::vector<std::shared_ptr<DataObj>> parts;
   for (const auto& column : field_data()) parts.push_back(column->slice(first, shown));
-  const std::shared_ptr<FrameBase> result = with_columns(schema(), std::move(parts), shown);
+  const std::shared_ptr<FrameBase> result = with_columns(schema()->clone(nullptr), std::move(parts), shown);
   result->d_is_slice = true;
   return result;
 }
@@ -60,7 +60,7 @@ std::shared_ptr<DataObj> FrameBase::copy(std::uint64_t first, std::uint64_t coun
   const std::uint64_t shown = shown_rows(first, count);
   std::vector<std::shared_ptr<DataObj>> parts;
   for (const auto& column : field_data()) parts.push_back(column->copy(first, shown));
-  return with_columns(schema(), std::move(parts), shown);
+  return with_columns(schema()->clone(nullptr), std::move(parts), shown);
 }
 
 std::shared_ptr<DataObj> FrameBase::select(const std::shared_ptr<DataObj>& ids) { return select(ids->to_id_vector()); }
@@ -113,6 +113,7 @@ void FrameBase::check_takes_structures() const {
   if (d_is_slice) throw Util::Error(std::string(kSliceRefusal));
   class_schema().check_holds_all_members();
   check_described();
+  check_row_counts();
 }
 
 void FrameBase::complete_rows(std::uint64_t rows) {
@@ -130,6 +131,7 @@ void FrameBase::complete_rows(std::uint64_t rows) {
 
 void FrameBase::append_structures(const void* first, std::size_t stride, std::uint64_t count) {
   check_takes_structures();
+  if (count == 0) return;
   const ClassSchemaBase& members = class_schema();
   const std::vector<Column*> targets = columns();
   try {

@@ -56,8 +56,8 @@ class SparseArray final : public DataObj {
   /// index past 2147483647.
   std::shared_ptr<DataObj> slice(std::uint64_t first, std::uint64_t count) override;      // 3
   void* data() override { return d_table->entries.data(); }                               // 22
-  GenericValue get(int index) const override { return GenericValue(value_at(index)); }    // 23
-  void set(int index, const GenericValue& value) override { set(index, value.as<T>()); }  // 24
+  void set(int index, const GenericValue& value) override { set(index, value.as<T>()); }  // 23
+  GenericValue get(int index) const override { return GenericValue(value_at(index)); }    // 24
   void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override;              // 29: buckets, entries, view
   std::uint64_t size_bytes() const override;                                              // 30
   void finish() override;                                 // 32: throws Util::Error for bad links

@@ -93,6 +93,7 @@ class CpuMem final : public VCpuMem {
 };
 
 /// Writes one element's bytes into a run of elements, in blocks of 1024 bytes.
-void pattern_fill(void* data, std::uint64_t element_size, std::uint64_t from, std::uint64_t to, const void* value);
+CORVANE_API void pattern_fill(void* data, std::uint64_t element_size, std::uint64_t from, std::uint64_t to,
+                              const void* value);
 
 }  // namespace ZyData

@@ -58,8 +58,8 @@ class CORVANE_API StringArray : public RunArray<char, std::string_view> {
 
   /// Replaces the content; `name` must be empty, because an array has no fields.
   void set_field(const std::string& name, const std::vector<std::string>& texts) override;  // 15
-  GenericValue get(int i) const override;                                                   // 23
-  void set(int i, const GenericValue& value) override;                                      // 24
+  void set(int i, const GenericValue& value) override;                                      // 23
+  GenericValue get(int i) const override;                                                   // 24
   void push_back(const GenericValue& value) override;                                       // 27
   void print(int indent) override;                                                          // 36
   void print(std::ostream& stream, int indent) override;                                    // 37

@@ -298,8 +298,8 @@ class NumberRuns : public RunArray<T, Util::USpan<T>, Memory> {
                  const GenericValue& values) override;  // 13
   /// The values of the shown elements in order, as ids; throws Util::Error for floating-point values.
   std::vector<std::int32_t> to_id_vector() const override;                                   // 20
-  GenericValue get(int i) const override;                                                    // 23
-  void set(int i, const GenericValue& value) override;                                       // 24
+  void set(int i, const GenericValue& value) override;                                       // 23
+  GenericValue get(int i) const override;                                                    // 24
   void push_back(const GenericValue& value) override { this->append(value.elements<T>()); }  // 27
   void print(int indent) override;                                                           // 36
   void print(std::ostream& stream, int indent) override;                                     // 37

@@ -82,6 +82,15 @@ TEST(GenericValue, PrintsAsNothingOneOrARun) {
   for (const auto& [value, text] : cases) EXPECT_EQ(printed(value), text);
 }
 
+TEST(GenericValue, TextsAreCopiedWhole) {
+  std::string text = "a text that is longer than a short string";
+  const GenericValue copy(text.c_str());
+  const GenericValue whole(std::string("a\0b", 3));
+  text.assign(text.size(), 'x');
+  EXPECT_EQ(copy.text(), "a text that is longer than a short string");
+  EXPECT_EQ(GenericValue(whole).text(), std::string_view("a\0b", 3));
+}
+
 TEST(GenericValue, CopiesUnlessToldNotTo) {
   std::vector<double> values = {1, 2};
   const GenericValue copy(values.data(), 2);

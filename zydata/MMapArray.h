@@ -43,7 +43,7 @@ class MMapArray final : public ArrayBase2<T, MMapVector<T>> {
   /// and other arrays over the same vector are affected as well. Throws Util::Error when the file could not be cut.
   void close() { this->vector()->close(); }
   /// An array that holds its vector alone goes on in the same file.
-  void reset() override;
+  void reset() override;  // 35
   /// Appends file name, window and view. Throws Util::Error for a file without a name.
   void describe(FrameList& parts, const std::shared_ptr<void>& owner) override;
   /// Checks what a message brought, without opening the file.

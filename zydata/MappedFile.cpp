@@ -58,7 +58,12 @@ MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
   return *this;
 }
 
+// The system would take a name up to its zero byte, which is another file.
 bool MappedFile::open(const std::string& name) {
+  if (name.find('\0') != std::string::npos) {
+    errno = EINVAL;
+    return false;
+  }
   d_fd = Util::platform().open_or_create(name.c_str(), kFilePermissions);
   if (d_fd < 0) d_fd = Util::platform().open_existing(name.c_str());
   return d_fd >= 0;

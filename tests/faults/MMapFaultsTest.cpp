@@ -73,6 +73,9 @@ TEST_F(MMapFaults, AnArrayThatCannotBeMadeSaysWhy) {
   d_platform.reset();
   EXPECT_EQ(text_when(Operation::fileSize, EIO, make),
             "failed to get file info of mmap array \"a\"\n    Input/output error");
+  EXPECT_ERROR(MMapArray<int>(make_schema<int>("a", 0x1021), 1, std::string("b\0c", 3)),
+               "failed to open mmap file \"b\"\n    Invalid argument");
+  EXPECT_FALSE(std::filesystem::exists("b"));
   std::filesystem::remove("a");
   EXPECT_EQ(text_when(Operation::setFileSize, EFBIG, make),
             "failed to resize mmap file \"a\" to requested size (20)\n    File too large");

@@ -194,7 +194,7 @@ void register_storage_figures(const std::string& folder, std::size_t elements, s
   add("mapped array/growth : copy", 0.2, true, [=] { return grow(folder, 8 * elements); });
   add("mapped array/zeros : room", 1.1, true, [=] { return fill_zeros(folder, 8 * elements); });
   for (const auto& [name, prefix] : {std::pair("short keys", ""), std::pair("long keys", "/power/cpu/")}) {
-    const auto of_keys = [=](std::function<Sample()> (*figure)(std::shared_ptr<Keys>)) {
+    const auto of_keys = [elements, prefix = prefix](std::function<Sample()> (*figure)(std::shared_ptr<Keys>)) {
       return [=] { return figure(make_keys(prefix, elements)); };
     };
     const std::string dictionary = std::string("dictionary, ") + name;

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 preset=${1:-release}
 jobs=${CORVANE_JOBS:-$(nproc)}
 setup_options=()
-[ "$preset" = clang ] && setup_options=(--ci)
+case $preset in clang | asan) setup_options=(--ci) ;; esac
 
 scripts/setup.sh "${setup_options[@]}"
 cmake --preset "$preset"

@@ -78,13 +78,16 @@ bool keeps_own_types(const std::string& directory) {
     ZyData::sendDataObject(connection, root);
     connection.close();
   }
+  root->clear_hierarchy();
   MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
   std::shared_ptr<ZyData::DataObj> loaded;
   if (!ZyData::receiveDataObject(connection, loaded)) return false;
   loaded->print(0);
-  return loaded->get<ZyData::StringArray>("parts/name")->view(0) == "bolt" &&
-         loaded->get<ZyData::Array<Colour>>("parts/colour")->span()[0] == Colour::green &&
-         loaded->get<ZyData::Value<int>>("count")->get_value() == 2;
+  const bool equal = loaded->get<ZyData::StringArray>("parts/name")->view(0) == "bolt" &&
+                     loaded->get<ZyData::Array<Colour>>("parts/colour")->span()[0] == Colour::green &&
+                     loaded->get<ZyData::Value<int>>("count")->get_value() == 2;
+  loaded->clear_hierarchy();
+  return equal;
 }
 
 int run(const std::string& directory) {

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "util/Error.h"
-#include "zydata/DataFactory.h"
 #include "zydata/TypeRegistry.h"
 
 namespace Mesh2DPlat {
@@ -50,15 +49,13 @@ void DBRoot::start(const std::string& name) {
   DBRoot fresh("");
   fresh.schema = ZyData::make_record_schema(name);
   fresh.make_tables(fresh.schema.get());
-  fresh.tree = fresh.schema->factory()->create_from(fresh.schema);
-  fresh.tree->build_traverse_hierarchy(fresh.tree, fresh.tree);
-  fresh.tree->on_attached(fresh.tree);
+  fresh.tree = make_tree(fresh.schema).release();
   replace_by(fresh);
 }
 
-void DBRoot::take(std::shared_ptr<ZyData::DataObj> loaded) {
+void DBRoot::take(OwnedTree loaded) {
   DBRoot fresh("");
-  fresh.tree = std::move(loaded);
+  fresh.tree = loaded.release();
   if (fresh.tree != nullptr) {
     fresh.schema = fresh.tree->schema();
     fresh.make_tables(nullptr);

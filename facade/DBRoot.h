@@ -5,6 +5,7 @@
 #include <string>
 
 #include "facade/ConfigTable.h"
+#include "facade/DatabaseFile.h"
 #include "facade/LayoutTables.h"
 #include "zydata/Schema.h"
 #include "zydata/data.h"
@@ -36,7 +37,7 @@ struct DBRoot {
   /// Starts an empty database whose top-level schema has this name.
   void start(const std::string& name);
   /// Takes over a loaded tree. An empty one leaves nothing open: no tree, no schema, no tables.
-  void take(std::shared_ptr<ZyData::DataObj> loaded);
+  void take(OwnedTree loaded);
   /// The tree. Throws Util::Error while nothing is open.
   const std::shared_ptr<ZyData::DataObj>& open_tree() const;
 

@@ -14,6 +14,7 @@
 #include "bench/OwnProcess.h"
 #include "bench/Report.h"
 #include "bench/Stage.h"
+#include "bench/StorageFigures.h"
 #include "bench/Workload.h"
 
 namespace CorvaneBench {
@@ -31,7 +32,8 @@ struct Options {
 /// The workload whose figures run now. Only one is in memory at a time.
 class CurrentStage {
  public:
-  explicit CurrentStage(const std::string& parent) : d_scratch(parent) {}
+  /// Files are written to `folder`, which must outlive this.
+  explicit CurrentStage(std::string folder) : d_folder(std::move(folder)) {}
 
   template <class MakeLayout>
   Stage& get(const std::string& name, const MakeLayout& make_layout) {
@@ -40,13 +42,13 @@ class CurrentStage {
     const std::size_t before = resident_bytes();
     CorvaneTool::Layout layout = make_layout();
     const std::size_t after = resident_bytes();
-    d_stage = std::make_unique<Stage>(std::move(layout), after > before ? after - before : 0, d_scratch.path());
+    d_stage = std::make_unique<Stage>(std::move(layout), after > before ? after - before : 0, d_folder);
     d_name = name;
     return *d_stage;
   }
 
  private:
-  ScratchFolder d_scratch;
+  std::string d_folder;
   std::unique_ptr<Stage> d_stage;
   std::string d_name;
 };
@@ -105,8 +107,10 @@ int run(int count, char** arguments) {
   add_options(app, options);
   CLI11_PARSE(app, count, arguments);
   use_fresh_blocks();
-  CurrentStage current(options.folder);
+  const ScratchFolder scratch(options.folder);
+  CurrentStage current(scratch.path());
   register_all(current, options);
+  register_storage_figures(scratch.path(), options.rows, options.pairs);
   Table table;
   benchmark::RunSpecifiedBenchmarks(&table);
   return options.check && table.missed() > 0 ? 1 : 0;

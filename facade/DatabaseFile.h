@@ -40,7 +40,8 @@ bool exists(const std::string& path);
 void create_directory_if_absent(const std::string& path);
 
 void write_file(const std::string& path, const MPSys::Message& message);
-/// The tree in a file; none when the file is too short for a message.
+/// The tree in a file; none when the file is too short for a message. Throws Util::Error for one with fields whose
+/// elements lie in files of their own.
 OwnedTree read_file(const std::string& path);
 
 }  // namespace Mesh2DPlat

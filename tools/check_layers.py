@@ -21,7 +21,8 @@ LAYERS = [
     ("zydata", "zydata core",
      "Kind TypeName GenericType GenericValue data DataPath Print Schema SchemaTable DataFactory TypeRegistry"),
     ("zydata", "zydata containers",
-     "Storage MMapStorage MMapRegion Vector VectorBase MemoryData Column Value Array VarArray String Dict SparseArray"),
+     "Storage MappedFile MMapStorage MMapRegion Vector VectorBase MemoryData Column Value Array MMapArray VarArray "
+     "MMapVarArray String Dict SparseArray"),
     ("zydata", "zydata composites",
      "Composite ClassAccess ClassSchema Record Frame Factories BuiltinTypes"),
     ("mpsys", "mpsys",
@@ -44,7 +45,7 @@ PROGRAMS = ("tools", "examples")  # see what is installed
 OTHERS = ("tests", "bench")  # see everything
 SYSTEM_USERS = re.compile(r"util/Platform\w*\.cpp")
 PLAIN_C_HEADERS = ("errno.h", "cxxabi.h")
-LIBRARIES = ("CLI/", "nlohmann/")  # for programs; tests and timed programs may include what they like
+LIBRARIES = ("CLI/", "nlohmann/", "unistd.h")  # for programs (is this a terminal?); tests and timed programs may include what they like
 
 PRIVATE_HEADERS = re.compile(r"PRIVATE_HEADERS((?:\s+\w+\.h)+)")
 INCLUDE = re.compile(r'\s*#\s*include\s*([<"])([^>"]+)[>"]')

@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """Makes the golden files of the tests from the description of the bytes in docs/file-format.md, without the library.
 
-    tools/make_golden.py DIR           write db.zydat and full.zydat into DIR
+    tools/make_golden.py DIR           write the golden files into DIR
     tools/make_golden.py --check DIR   compare the files in DIR with what would be written
 
 db.zydat is the small example of docs/file-format.md; full.zydat has rows in every table and values that are easily
-lost on the way. tests/format/GoldenFileTest.cpp makes both through the library.
+lost on the way. tests/format/GoldenFileTest.cpp makes both through the library. kinds.zydat is no database: it has one
+object of each kind, and the other files called kinds... are those that its mapped objects refer to.
+tests/format/KindsTest.cpp makes them through the library.
 """
 import argparse
 import hashlib
@@ -25,7 +27,9 @@ KIND_VALUE = 0
 
 UNTYPED = "ZyData::UntypedClass"
 TEXT = "const char*"
-PACK = {"int": "i", "double": "d"}
+PACK = {"bool": "?", "short": "h", "unsigned char": "B", "char": "c", "int": "i", "unsigned int": "I", "long": "i",
+        "float": "f", "double": "d"}
+WITHOUT_COUNT = (KIND_VALUE, 0x1000, KIND_RECORD, 0x8, KIND_TABLE)
 
 
 def enumeration(name):
@@ -90,6 +94,10 @@ FULL = {
 }
 
 
+def pack(type_name, values):
+    return struct.pack(f"<{len(values)}{PACK[type_name]}", *values)
+
+
 class Message:
     def __init__(self):
         self.nodes = bytearray()
@@ -104,20 +112,20 @@ class Message:
             self.pool += text.encode() + b"\0"
         return self.offsets[text]
 
-    def node(self, name, type_name, kind, fields=0):
+    def node(self, name, type_name, kind, fields=0, text=""):
         identity = 0xCBF29CE484222325
         for byte in type_name.encode():
             identity = (identity ^ byte) * 0x100000001B3 % 2**64
         texts = [self.text(name), self.text(""), self.text(type_name)]
         self.nodes += struct.pack("<6IQB7x", *texts, kind, fields, 0, identity, 0)
-        if kind in (KIND_NUMBERS, KIND_TEXTS, KIND_LISTS):
-            self.parameters += struct.pack("<QI", 0, kind)
-        elif kind == KIND_TEXT:
+        if kind == KIND_TEXT:
             self.parameters += struct.pack("<Q", 0)
-        self.parameters += struct.pack("<I", 0)  # no text
+        elif kind not in WITHOUT_COUNT:
+            self.parameters += struct.pack("<QI", 0, kind)
+        self.parameters += struct.pack("<I", len(text)) + text.encode()
 
     def numbers(self, type_name, values):
-        self.frames.append(struct.pack(f"<{len(values)}{PACK[type_name]}", *values))
+        self.frames.append(pack(type_name, values))
 
     def runs(self, lengths):
         ends = [0]
@@ -165,12 +173,104 @@ def database(name, content):
     return message.bytes()
 
 
+def text_hash(key):
+    result = 0
+    for byte in key:
+        mixed = (byte ^ 0xCBF29CE484222325) * 0x100000001B3 + (result << 6) + (result >> 2) + 0x9E3779B9
+        result ^= mixed % 2**64
+    return result
+
+
+def index_hash(index):
+    return (index % 2**32 * 0x9E3779B97F4A7C15 % 2**64) >> 32
+
+
+class HashTable:
+    """Eight buckets, which is enough here. An entry goes to the head of its chain; a removed one stays in its place."""
+
+    def __init__(self):
+        self.buckets = [-1] * 8
+        self.entries = []  # [first word, value, next]
+
+    def insert(self, hashed, word, value):
+        self.entries.append([word, value, self.buckets[hashed % 8]])
+        self.buckets[hashed % 8] = len(self.entries) - 1
+
+    def remove(self, hashed, place):
+        if self.buckets[hashed % 8] == place:
+            self.buckets[hashed % 8] = self.entries[place][2]
+        else:
+            before = next(entry for entry in self.entries if entry[2] == place)
+            before[2] = self.entries[place][2]
+        self.entries[place][2] = -2
+
+    def frames(self, layout):
+        return [struct.pack("<8i", *self.buckets), b"".join(struct.pack(layout, *entry) for entry in self.entries)]
+
+
+def mapped_view(file_name, element_size, default):
+    """The three frames of a mapped array that shows its whole file."""
+    return [file_name.encode(), struct.pack("<IIQ", 0, 0xFFFFFFFF, element_size),
+            struct.pack("<QQ", 0, 2**64 - 1) + default.ljust(8, b"\0")]
+
+
+def kinds():
+    """One object of each kind, and the files that its mapped ones refer to."""
+    files = {"kinds.mapped": pack("int", [1, 2]), "kinds.defaults": pack("double", [0.25, -1, 0.25]),
+             "kinds.offsets": pack("int", [0, 2, 2, 3]), "kinds.values": pack("unsigned int", [1, 2, 3]),
+             "kinds.column": pack("float", [0.5, 1.5])}
+    sparse = HashTable()
+    for index, value in [(5, 50), (1000000, -1), (7, 70)]:
+        sparse.insert(index_hash(index), index, value)
+    sparse.remove(index_hash(5), 0)
+    keys = [b"pin", b"", b"a"]
+    dictionary = HashTable()
+    for place, value in enumerate([1.5, -2.0, 0.25]):
+        dictionary.insert(text_hash(keys[place]), sum(len(key) + 1 for key in keys[:place]), value)
+    dictionary.remove(text_hash(b""), 1)
+    whole = struct.pack("<iIQ", 0, 0, 2**64 - 1)
+    columns = [("id", "int", KIND_NUMBERS), ("links", "int", KIND_LISTS), ("column", "float", 0x1021, "kinds.column")]
+    nodes = [  # name, type, kind, frames, text
+        ("value", "int", KIND_VALUE, [pack("int", [-3])]),
+        ("factor", "double", 0x1000, [pack("double", [2.5])], "0.5"),
+        ("array", "short", 0x1, [pack("short", [1, -2, 3])]),
+        ("defaults", "unsigned char", KIND_NUMBERS, [bytes([7, 0, 255])], "7"),
+        ("sparse", "int", 0x3, sparse.frames("<3i") + [whole]),
+        ("thin", "float", 0x1002, [b"", b"", whole], "1.5"),
+        ("faint", "bool", 0x1003, [b"", b"", struct.pack("<iIQ", 10, 0, 5)], "1"),
+        ("run", "long", 0x4, [pack("long", [1, 2])]),
+        ("runs", "char", KIND_LISTS, [pack("int", [0, 2, 2, 5]), b"abxyz"]),
+        ("mapped", "int", 0x21, mapped_view("kinds.mapped", 4, b""), "kinds.mapped"),
+        ("mapped defaults", "double", 0x1021, mapped_view("kinds.defaults", 8, pack("double", [0.25])),
+         "kinds.defaults"),
+        ("mapped runs", "unsigned int", 0x40, [struct.pack("<Q", number) for number in (0, 4, 0, 3)], "kinds"),
+        ("dictionary", "double", 0x200, dictionary.frames("<i4xdi4x") + [b"pin\0\0a\0"]),
+        ("text", TEXT, KIND_TEXT, [b"some text"]),
+        ("texts", TEXT, KIND_TEXTS, [pack("int", [0, 3, 3, 8]), b"onethree"]),
+        ("searchable", TEXT, 0x4401, [struct.pack("<QQQ", 0, 2**64 - 1, 0), pack("int", [0, 1, 2, 3]), b"xyx"]),
+    ]
+    message = Message()
+    message.node("kinds", UNTYPED, KIND_RECORD, len(nodes) + 2)
+    for name, type_name, kind, frames, *text in nodes:
+        message.node(name, type_name, kind, 0, *text)
+        message.frames += frames
+    message.node("record", UNTYPED, KIND_RECORD, 1)
+    message.node("inner", "int", KIND_VALUE)
+    message.node("frame", UNTYPED, 0x8, len(columns))
+    for name, type_name, kind, *text in columns:
+        message.node(name, type_name, kind, 0, *text)
+    message.frames += [pack("int", [5]), struct.pack("<Q", 2), pack("int", [1, 2]), pack("int", [0, 1, 1]),
+                       pack("int", [7])] + mapped_view("kinds.column", 4, b"")
+    files["kinds.zydat"] = message.bytes()
+    return files
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--check", action="store_true")
     parser.add_argument("folder", type=pathlib.Path)
     arguments = parser.parse_args()
-    files = {"db.zydat": database("db", SMALL), "full.zydat": database("full", FULL)}
+    files = {"db.zydat": database("db", SMALL), "full.zydat": database("full", FULL), **kinds()}
     if hashlib.sha256(files["db.zydat"]).hexdigest() != SMALL_SHA256:
         sys.exit("the small example has not the documented SHA-256")
     for name, content in files.items():

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "util/Export.h"
+
 namespace Util {
 
 static_assert(std::endian::native == std::endian::little,
@@ -26,7 +28,7 @@ T load(const char* bytes) {
 }
 
 /// Appends numbers and texts to a byte area of its own.
-class ByteWriter {
+class CORVANE_API ByteWriter {
  public:
   template <FixedWidthNumber T>
   void put(T value) {
@@ -48,7 +50,7 @@ class ByteWriter {
 
 /// Reads numbers and texts from a borrowed byte area, front to back. Every reading past the end throws Util::Error and
 /// moves nothing.
-class ByteReader {
+class CORVANE_API ByteReader {
  public:
   explicit ByteReader(std::string_view bytes) : d_bytes(bytes) {}
 

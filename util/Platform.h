@@ -11,6 +11,17 @@
 
 namespace Util {
 
+// Protection and flags of a mapping, by the numbers of POSIX systems; other platforms translate them.
+inline constexpr int kMapRead = 1;
+inline constexpr int kMapWrite = 2;
+inline constexpr int kMapExecute = 4;
+inline constexpr int kMapShared = 1;
+inline constexpr int kMapFixed = 16;
+inline constexpr int kMapAnonymous = 32;
+
+/// What map() answers when it fails: the all-ones address.
+inline void* const kMapFailed = reinterpret_cast<void*>(~std::uintptr_t{0});
+
 /// One buffer of a scatter or gather call.
 struct IoBuffer {
   void* data = nullptr;
@@ -45,6 +56,28 @@ class Platform {
   virtual bool exists(const std::string& path, std::error_code& error);
   /// One level only; an existing directory is no error.
   virtual void create_directory(const std::string& path, std::error_code& error);
+
+  // --- files that are mapped. All are opened for reading and writing and closed on exec
+  /// Creates the file with the given permission bits when there is none.
+  virtual int open_or_create(const char* path, unsigned permissions);
+  virtual int open_existing(const char* path);
+  /// Opens a regular file only and never creates one. A last path component that is a symbolic link is refused unless
+  /// `follow_link` is set.
+  virtual int open_regular(const char* path, bool follow_link);
+  /// Creates a file without a name, which goes with its descriptor: on the disk of `folder`, or where temporary files
+  /// lie when `folder` takes none.
+  virtual int open_unnamed(const std::string& folder);
+  /// Bytes of the file; -1 with errno when the system can't tell.
+  virtual std::int64_t file_size(int fd);
+  virtual int set_file_size(int fd, std::uint64_t size);
+  /// Gives blocks to the first `size` bytes, so that no later store into a mapping can find the disk full.
+  virtual int reserve_blocks(int fd, std::uint64_t size);
+  /// Maps bytes [offset, offset + length) of a file, extending a shorter file to that length, and returns the address
+  /// of byte `offset`. Fails with EINVAL for a length of 0 and for access that is only execute, with EBADF for a
+  /// descriptor that has no file.
+  virtual void* map(void* hint, std::size_t length, int protection, int flags, int fd, std::uint64_t offset);
+  /// Takes away what map() has returned for `length` bytes.
+  virtual int unmap(void* address, std::size_t length);
 
   virtual std::size_t page_size();
   /// Asks for huge pages behind a block of process memory. Advice only: failure changes nothing but speed.

@@ -5,6 +5,7 @@
 
 #include "util/Error.h"
 #include "zydata/ArrayImpl.h"
+#include "zydata/DataFactory.h"
 
 namespace ZyData {
 
@@ -34,16 +35,20 @@ void ArrayBase::check_whole() const {
   if (is_slice() || d_count != kToTheEnd) throw Util::Error(std::string(kSliceRefusal));
 }
 
-void ArrayBase::show_everything() {
-  d_start = 0;
-  d_count = kToTheEnd;
+void ArrayBase::show(std::uint64_t start, std::uint64_t count) {
+  d_start = start;
+  d_count = count;
 }
 
-void check_storable_structure(const std::string& type_name, std::uint32_t kind) {
+// A bool is refused, too: not every byte that a file may bring is one.
+void check_storable_structure(const std::string& type_name, std::uint64_t size, std::uint32_t kind) {
+  std::uint64_t declared = 0;
   for (const auto& field : find_class_schema(type_name).fields()) {
-    if ((field->kind() & (kKindString | kKindVar)) == 0) continue;
-    throw Util::Error("can't vectorize type 0x%x [%s]", kind, kind_to_string(kind).c_str());
+    const bool is_number = (field->kind() & (kKindString | kKindVar)) == 0 && field->type_name() != "bool";
+    if (is_number) declared += find_factory(field->type_name(), 0)->create_from(field)->size_bytes();
   }
+  if (declared == size) return;
+  throw Util::Error("can't vectorize type 0x%x [%s]", kind, kind_to_string(kind).c_str());
 }
 
 #define ZYDATA_DEFINE_ARRAY(T, Name)          \

@@ -2,7 +2,7 @@
 //
 // An array shows a range of a shared Vector; several arrays may show ranges of one vector. ArrayBase knows the range,
 // ArrayBase2 the element type and the backend, Array<T> is the form in process memory. An array is a slice exactly when
-// its first element is not element 0 of the vector.
+// its first element is not element 0 of the vector. MMapArray<T> (MMapArray.h) is the form in a mapped file.
 //
 // Not for several threads: an array and the vector that it shares belong to one thread at a time.
 #pragma once
@@ -50,7 +50,8 @@ class CORVANE_API ArrayBase : public DataObj, public Column {
   void check_resizable() const;
   /// Throws for a slice and for an array that does not show everything: a column must grow with its vector.
   void check_whole() const;
-  void show_everything();
+  void show_everything() { show(0, kToTheEnd); }
+  void show(std::uint64_t start, std::uint64_t count);
   /// Elements of the range that lie in the vector, for a view of `count` elements from `first`.
   std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const;
 
@@ -79,8 +80,8 @@ class ArrayBase2 : public ArrayBase {
   std::vector<std::int32_t> to_id_vector() const override;                           // 20
   void* address(int i) override { return at(i); }                                    // 21
   void* data() override { return elements(); }                                       // 22
-  GenericValue get(int i) const override;                                            // 23
-  void set(int i, const GenericValue& value) override { set(i, value.as<T>()); }     // 24
+  void set(int i, const GenericValue& value) override { set(i, value.as<T>()); }     // 23
+  GenericValue get(int i) const override;                                            // 24
   GenericValue value() const override;                                               // 25
   void set_value(const GenericValue& value) override;                                // 26
   void push_back(const GenericValue& value) override { push_back(value.as<T>()); }   // 27
@@ -92,7 +93,10 @@ class ArrayBase2 : public ArrayBase {
   void print(std::ostream& stream, int indent) override;                             // 37
 
   const GenericType& element_type() const override { return GenericTypeT<T>::instance(); }
-  const void* element_data() const override { return elements(); }
+  const void* element_data() const override {
+    check_shown_in_window();
+    return elements();
+  }
 
   // --- typed operations
   // -----------------------------------------------------------------------------------------------------------
@@ -116,9 +120,9 @@ class ArrayBase2 : public ArrayBase {
   /// Deliberate: on a slice, too, the element goes to the vector's end. May move the elements. Amortised O(1).
   void push_back(T value);
   /// Lets go of the vector and starts with a new, empty one.
-  void reset();
+  void reset() override;  // 35
   /// What the array contributes to a message; `owner` keeps the bytes alive.
-  void describe(FrameList& parts, const std::shared_ptr<void>& owner);
+  virtual void describe(FrameList& parts, const std::shared_ptr<void>& owner);
 
   const std::shared_ptr<VectorT>& vector() const { return d_vector; }
   T default_value() const { return d_default_value; }
@@ -141,11 +145,10 @@ class ArrayBase2 : public ArrayBase {
   /// A new array of the same class over `vector`.
   virtual std::shared_ptr<DataObj> view(std::shared_ptr<VectorT> vector, std::uint64_t start,
                                         std::uint64_t count) const = 0;
-  /// A new, empty vector of the same backend type.
-  virtual std::shared_ptr<VectorT> empty_vector() const = 0;
 
  private:
-  void check_window(std::uint64_t first, std::uint64_t last) const;
+  void check_shown_in_window() const;
+  T value_at(std::uint64_t index) const;
 
   std::shared_ptr<VectorT> d_vector;  // never null
   T d_default_value;                  // of elements that resizing adds
@@ -155,9 +158,11 @@ class ArrayBase2 : public ArrayBase {
 template <class T, class VectorT>
 class ArrayBase2<T, VectorT>::Appender {
  public:
-  /// Exactly `count` elements will come. Throws Util::Error on a slice.
+  /// Exactly `count` elements will come. Throws Util::Error on a slice, StorageError::WindowViolation when they do not
+  /// all lie in the window.
   Appender(ArrayBase2& array, std::uint64_t count) : d_vector(*array.d_vector), d_size(d_vector.size()) {
     array.check_whole();
+    if (count > 0) d_vector.check_window(d_size, d_size + count - 1);
     d_next = d_vector.append_for_overwrite(count);
   }
   ~Appender() {
@@ -190,7 +195,6 @@ class Array final : public ArrayBase2<T, CpuVector<T>> {
         T default_value);
   std::shared_ptr<DataObj> view(std::shared_ptr<CpuVector<T>> vector, std::uint64_t start,
                                 std::uint64_t count) const override;
-  std::shared_ptr<CpuVector<T>> empty_vector() const override { return std::make_shared<CpuVector<T>>(); }
 };
 
 #define ZYDATA_DECLARE_ARRAY(T, Name)                            \

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <memory>
 #include <utility>
 
 #include "util/Error.h"
@@ -21,13 +22,18 @@ ArrayBase2<T, VectorT>::ArrayBase2(std::shared_ptr<Schema> schema, std::shared_p
 
 template <class T, class VectorT>
 std::shared_ptr<DataObj> ArrayBase2<T, VectorT>::slice(std::uint64_t first, std::uint64_t count) {
+  if constexpr (VectorT::kMapped) {
+    const std::uint64_t shown = shown_elements(first, count);
+    if (shown > 0) d_vector->check_window(first, first + shown - 1);
+  }
   return view(d_vector, first, count);
 }
 
 template <class T, class VectorT>
 std::shared_ptr<DataObj> ArrayBase2<T, VectorT>::copy(std::uint64_t first, std::uint64_t count) {
   const std::uint64_t shown = shown_elements(first, count);
-  std::shared_ptr<VectorT> elements = empty_vector();
+  if (shown > 0) d_vector->check_window(first, first + shown - 1);
+  std::shared_ptr<VectorT> elements = d_vector->empty_like();
   if (shown > 0) elements->append(d_vector->data() + first, shown);
   return view(std::move(elements), 0, kToTheEnd);
 }
@@ -35,9 +41,11 @@ std::shared_ptr<DataObj> ArrayBase2<T, VectorT>::copy(std::uint64_t first, std::
 template <class T, class VectorT>
 std::vector<std::int32_t> ArrayBase2<T, VectorT>::to_id_vector() const {
   if constexpr (kIsIntegralElement<T>) {
+    check_shown_in_window();
+    const std::uint64_t count = size();
     std::vector<std::int32_t> ids;
-    ids.reserve(size());
-    for (const T& element : span()) ids.push_back(static_cast<std::int32_t>(element));
+    ids.reserve(count);
+    for (std::uint64_t i = 0; i < count; ++i) ids.push_back(static_cast<std::int32_t>(value_at(start() + i)));
     return ids;
   } else {
     throw Util::Error("ArrayBase2<T, VectorT>::to_id_vector is not available for non-integral T");
@@ -47,9 +55,9 @@ std::vector<std::int32_t> ArrayBase2<T, VectorT>::to_id_vector() const {
 template <class T, class VectorT>
 GenericValue ArrayBase2<T, VectorT>::get(int i) const {
   const std::uint64_t index = checked_index(i);
-  check_window(index, index);
+  d_vector->check_window(index, index);
   if constexpr (kIsBasicType<T> || std::is_enum_v<T>) {
-    return GenericValue((*d_vector)[index]);
+    return GenericValue(value_at(index));
   } else {
     return GenericValue(&(*d_vector)[index], 1);
   }
@@ -57,6 +65,13 @@ GenericValue ArrayBase2<T, VectorT>::get(int i) const {
 
 template <class T, class VectorT>
 GenericValue ArrayBase2<T, VectorT>::value() const {
+  check_shown_in_window();
+  if constexpr (std::is_same_v<T, bool> && VectorT::kMapped) {
+    const std::uint64_t count = size();
+    const auto values = std::make_unique<bool[]>(count);
+    for (std::uint64_t i = 0; i < count; ++i) values[i] = value_at(start() + i);
+    return GenericValue(values.get(), count);
+  }
   return GenericValue(elements(), size(), NoCopy());
 }
 
@@ -70,24 +85,22 @@ void ArrayBase2<T, VectorT>::set_value(const GenericValue& value) {
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::vectorize(FrameList& frames, std::shared_ptr<DataObj> self) {
   if constexpr (!kIsBasicType<T> && !std::is_enum_v<T>)
-    check_storable_structure(element_type_name<T>(), schema()->kind());
+    check_storable_structure(element_type_name<T>(), sizeof(T), schema()->kind());
   describe(frames, self);
 }
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::describe(FrameList& parts, const std::shared_ptr<void>& owner) {
-  const std::uint64_t first = std::min(start(), d_vector->size());
-  parts.push_back(std::make_shared<ElementFrame<VectorT>>(schema(), d_vector, first, size()));
+  if constexpr (!VectorT::kMapped) {
+    const std::uint64_t first = std::min(start(), d_vector->size());
+    parts.push_back(std::make_shared<ElementFrame<VectorT>>(schema(), d_vector, first, size()));
+  }
   d_vector->storage().describe(parts, owner);
 }
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::finish() {
-  if constexpr (std::is_same_v<T, bool>) {  // any other byte than 0 and 1 is no value of a bool
-    auto* bytes = reinterpret_cast<unsigned char*>(elements());
-    std::transform(bytes, bytes + size(), bytes,
-                   [](unsigned char byte) { return static_cast<unsigned char>(byte != 0); });
-  }
+  normalise_loaded(elements(), size());
 }
 
 template <class T, class VectorT>
@@ -99,10 +112,11 @@ template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::print(std::ostream& stream, int indent) {
   stream << indent_text(indent) << schema()->name() << ' ' << d_vector->storage().kind_name() << "Array[" << size()
          << "] = [";
-  const std::uint64_t shown = std::min(size(), print_limit());
-  for (std::uint64_t i = 0; i < shown; ++i) {
+  std::uint64_t shown = 0;
+  for (const std::uint64_t most = std::min(size(), print_limit()); shown < most; ++shown) {
+    if (!d_vector->in_window(start() + shown)) break;
     stream << ' ';
-    print_value(stream, elements()[i]);
+    print_value(stream, value_at(start() + shown));
   }
   if (size() > shown) stream << "...";
   stream << " ]\n" << std::flush;
@@ -111,7 +125,7 @@ void ArrayBase2<T, VectorT>::print(std::ostream& stream, int indent) {
 template <class T, class VectorT>
 T* ArrayBase2<T, VectorT>::at(int i) {
   const std::uint64_t index = checked_index(i);
-  check_window(index, index);
+  d_vector->check_window(index, index);
   return d_vector->data() + index;
 }
 
@@ -144,6 +158,7 @@ template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::assign(const T* values, std::uint64_t k) {
   if (k == 0) return;
   const std::uint64_t end = start() + k;
+  d_vector->check_window(start(), end - 1);
   const auto offset = reinterpret_cast<std::uintptr_t>(values) - reinterpret_cast<std::uintptr_t>(d_vector->data());
   const bool from_here = d_vector->data() != nullptr && offset < d_vector->size() * sizeof(T);
   if (end > d_vector->capacity()) d_vector->reserve(std::max(end, d_vector->storage().min_capacity()));
@@ -164,25 +179,27 @@ void ArrayBase2<T, VectorT>::append(const DataObj& array) {
   check_resizable();
   const std::uint64_t k = source->size();
   if (k == 0) return;
-  check_window(d_vector->size(), d_vector->size() + k - 1);
+  d_vector->check_window(d_vector->size(), d_vector->size() + k - 1);
   d_vector->append(static_cast<const T*>(source->element_data()), k);
+  normalise_loaded(d_vector->data() + d_vector->size() - k, k);
 }
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::push_back(T value) {
-  check_window(d_vector->size(), d_vector->size());
+  d_vector->check_window(d_vector->size(), d_vector->size());
   d_vector->push_back(value);
 }
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::reset() {
-  d_vector = empty_vector();
+  d_vector = d_vector->empty_like();
   show_everything();
 }
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::append_strided(const void* first, std::size_t stride, std::uint64_t count) {
   check_whole();
+  if (count > 0) d_vector->check_window(d_vector->size(), d_vector->size() + count - 1);
   const char* source = static_cast<const char*>(first);
   T* target = d_vector->append_for_overwrite(count);
   for (std::uint64_t i = 0; i < count; ++i, source += stride) std::memcpy(target + i, source, sizeof(T));
@@ -196,13 +213,25 @@ void ArrayBase2<T, VectorT>::append_defaults(std::uint64_t count) {
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::truncate_rows(std::uint64_t rows) noexcept {
+  if constexpr (VectorT::kMapped) {
+    try {
+      d_vector->size();
+    } catch (const std::exception&) {  // a file that can't be opened has no rows to drop
+      return;
+    }
+  }
   if (rows < size()) d_vector->truncate(start() + rows);
 }
 
 template <class T, class VectorT>
-void ArrayBase2<T, VectorT>::check_window(std::uint64_t first, std::uint64_t last) const {
-  const auto& storage = d_vector->storage();
-  if (!storage.in_window(first) || !storage.in_window(last)) throw StorageError::WindowViolation();
+void ArrayBase2<T, VectorT>::check_shown_in_window() const {
+  if (const std::uint64_t shown = size(); shown > 0) d_vector->check_window(start(), start() + shown - 1);
+}
+
+/// An element of the vector. A mapped file may hold any byte for a bool.
+template <class T, class VectorT>
+T ArrayBase2<T, VectorT>::value_at(std::uint64_t index) const {
+  return checked_value((*d_vector)[index]);
 }
 
 template <class T>

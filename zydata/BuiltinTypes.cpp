@@ -6,8 +6,9 @@
 namespace ZyData {
 namespace {
 
-std::shared_ptr<DataObj> create_string_array(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
-  auto array = std::make_shared<StringArray>(std::move(schema));
+template <class TextArray>
+std::shared_ptr<DataObj> create_text_array(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
+  auto array = std::make_shared<TextArray>(std::move(schema));
   array->resize(parameters.initial_count);
   return array;
 }
@@ -24,7 +25,9 @@ void register_builtin_types() {
   ZYDATA_FOR_EACH_BASIC_TYPE(ZYDATA_REGISTER_TYPE)
 #undef ZYDATA_REGISTER_TYPE
   register_text(kKindString, ParameterLayout::kCount, &create_empty<StringData>);
-  register_text(kKindString | kKindArray, ParameterLayout::kCountAndKind, &create_string_array);
+  register_text(kKindString | kKindArray, ParameterLayout::kCountAndKind, &create_text_array<StringArray>);
+  register_text(kKindHashed | kKindString | kKindArray, ParameterLayout::kCountAndKind,
+                &create_text_array<SearchableStringArray>);
   register_factories<UntypedClass, kKindFrame, kKindRecord, kKindDefaulted | kKindFrame>();
 }
 

@@ -10,7 +10,7 @@ namespace ZyData {
 namespace {
 
 const std::shared_ptr<ClassFieldAccess>& no_access() {
-  static const std::shared_ptr<ClassFieldAccess> accessor = std::make_shared<ClassFieldNoAccess>();
+  static const auto& accessor = *new std::shared_ptr<ClassFieldAccess>(std::make_shared<ClassFieldNoAccess>());
   return accessor;
 }
 
@@ -92,7 +92,11 @@ void ClassSchemaBase::check_holds_all_members() const {
 std::shared_ptr<Schema> ClassSchemaBase::record_form() const {
   const auto result = std::dynamic_pointer_cast<ClassSchemaBase>(clone(nullptr));
   result->clear_fields();
-  for (std::size_t i = 0; i < d_accessors.size(); ++i) result->add_member(fields()[i]->clone(nullptr), d_accessors[i]);
+  for (std::size_t i = 0; i < d_accessors.size(); ++i) {
+    const std::shared_ptr<Schema> value = fields()[i]->clone(nullptr);
+    value->set_kind_and_factory(value->kind() & ~kKindMMap, value->factory());  // only columns lie in mapped files
+    result->add_member(value, d_accessors[i]);
+  }
   const std::uint32_t kind = (this->kind() & ~kKindFrame) | kKindRecord;
   result->set_kind_and_factory(kind, find_factory(type_name(), kind)->copy());
   return result;

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -81,6 +82,27 @@ class ClassSchema final : public ClassSchemaBase {
   template <class M>
   ClassSchema& add(Util::USpan<M> T::*member, std::string name) {
     add_member(make_schema<M>(std::move(name), kKindVar), std::make_shared<ClassFieldAccessVec>(member));
+    return *this;
+  }
+  /// Adds a number or an enumeration whose column a frame keeps in a mapped file; "": a file called like the field.
+  template <class M, class D>
+  requires(std::is_convertible_v<D, M> || std::is_enum_v<M>) ClassSchema& add_mapped(M T::*member, std::string name,
+                                                                                     D default_value,
+                                                                                     std::string file_name = "") {
+    auto factory = DataFactoryT<M, kKindDefaulted>::instance()->with(
+        {0, default_text(static_cast<M>(default_value)), std::move(file_name)});
+    add_member(std::make_shared<Schema>(std::move(name), element_type_name<M>(), kKindDefaulted | kKindMMap,
+                                        std::move(factory)),
+               std::make_shared<ClassFieldAccessT<T, M>>(member));
+    return *this;
+  }
+  /// Adds a list of numbers whose column a frame keeps in two mapped files; "": files called like the field.
+  template <class M>
+  ClassSchema& add_mapped(Util::USpan<M> T::*member, std::string name, std::string base_name = "") {
+    auto factory = DataFactoryT<M, kKindVar>::instance()->with({0, "", std::move(base_name)});
+    add_member(
+        std::make_shared<Schema>(std::move(name), element_type_name<M>(), kKindVar | kKindMMap, std::move(factory)),
+        std::make_shared<ClassFieldAccessVec>(member));
     return *this;
   }
 };

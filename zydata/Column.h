@@ -20,6 +20,9 @@ class CORVANE_API Column {
   virtual void append_defaults(std::uint64_t count) = 0;
   /// Drops the rows from `rows` on: how a write that failed half-way is undone.
   virtual void truncate_rows(std::uint64_t rows) noexcept = 0;
+  /// Told after a load how many rows the table has, before the column's size is compared with that: a column that has
+  /// not opened its file yet takes the number as a promise and checks it when it opens.
+  virtual void expect_rows(std::uint64_t /*rows*/) {}
 
  protected:
   Column() = default;

@@ -94,22 +94,32 @@ void Composite::set_field(const std::string& name, std::shared_ptr<DataObj> data
   if (self != nullptr) d_children[place]->build_traverse_hierarchy(d_children[place], self);
 }
 
+std::shared_ptr<DataObj> Composite::own_field(const std::string& name) {
+  std::shared_ptr<DataObj> found = find_path(name);
+  if (std::find(d_children.begin(), d_children.end(), found) != d_children.end()) return found;
+  throw Util::Error("'%s' is not a field of object \"%s\" itself", name.c_str(), schema()->name().c_str());
+}
+
 void Composite::set_field(const std::string& name, const GenericValue& value) {
-  const std::shared_ptr<DataObj> target = find_path(name);
+  const std::shared_ptr<DataObj> target = own_field(name);
   check_elements(value.count());
   target->set_value(value);
 }
 
 void Composite::set_field(const std::string& name, const std::vector<std::int32_t>& offsets,
                           const GenericValue& values) {
-  const std::shared_ptr<DataObj> target = find_path(name);
+  const std::shared_ptr<DataObj> target = own_field(name);
   check_elements(offsets.empty() ? 0 : offsets.size() - 1);
   target->set_field("", offsets, values);
 }
 
-void Composite::set_field(const std::string& name, std::string_view text) { get<StringData>(name)->set(text); }
+void Composite::set_field(const std::string& name, std::string_view text) {
+  own_field(name);
+  get<StringData>(name)->set(text);
+}
 
 void Composite::set_field(const std::string& name, const std::vector<std::string>& texts) {
+  own_field(name);
   const auto target = get<StringArray>(name);
   check_elements(texts.size());
   target->set_field("", texts);
@@ -189,6 +199,7 @@ std::shared_ptr<Schema> Composite::select_fields(const std::vector<std::int32_t>
     const std::uint64_t place = checked_child_index(
         id, d_children.size(), "To select fields, the provided index should not be negative!",
         "To select fields, the provided index should not be larger than the size of the field vector!");
+    if (place == d_children.size()) throw Util::Error("The field id is out-of-bounds");
     selected->add_field(schema()->field(static_cast<std::int64_t>(place)));
     children.push_back(d_children[place]);
   }

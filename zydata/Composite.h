@@ -69,6 +69,8 @@ class CORVANE_API Composite : public DataObj {
                                         std::vector<std::shared_ptr<DataObj>>& children) const;
 
  private:
+  /// The child of this name; throws Util::Error for a path that leads elsewhere.
+  std::shared_ptr<DataObj> own_field(const std::string& name);
   void append_child(std::shared_ptr<Schema> schema, std::shared_ptr<DataObj> new_child);
   /// Throws Util::Error when `data` is this object or one that holds it.
   void check_not_above(const DataObj& data) const;

@@ -18,6 +18,13 @@ std::string missing_field_text(const Schema& schema, std::string_view name) {
   return text + ")";
 }
 
+/// Empty when there is none: another object that shares the schema may have more children.
+std::shared_ptr<DataObj> child_named(DataObj& object, std::string_view name) {
+  const std::int64_t index = object.schema()->field_index(name);
+  if (index < 0 || static_cast<std::uint64_t>(index) >= object.field_data().size()) return nullptr;
+  return object.field(index);
+}
+
 /// What follows the slash at `slash`. Two slashes in a row have an empty step between them: nothing is handed on.
 std::string_view path_behind(std::string_view name, std::size_t slash) {
   const std::string_view tail = name.substr(slash + 1);
@@ -35,8 +42,7 @@ std::shared_ptr<DataObj> DataObj::find_path(std::string_view name) {
     if (d_parent != nullptr) return d_parent;
     throw Util::Error("relative path \"..\" only possible after call to 'build_traverse_hierarchy'");
   }
-  const std::int64_t index = d_schema->field_index(name);
-  std::shared_ptr<DataObj> found = index < 0 ? nullptr : field(index);
+  std::shared_ptr<DataObj> found = child_named(*this, name);
   if (found == nullptr) throw Util::Error(missing_field_text(*d_schema, name));
   return found;
 }
@@ -54,8 +60,7 @@ std::shared_ptr<DataObj> DataObj::find_path_or_null(std::string_view name) {
     return d_parent.get() == this ? nullptr : d_parent;
   }
   if ((d_schema->kind() & kKindHasFields) == 0) return nullptr;  // a leaf has no step below it
-  const std::int64_t index = d_schema->field_index(name);
-  return index < 0 ? nullptr : field(index);
+  return child_named(*this, name);
 }
 
 void DataObj::throw_type_mismatch(const std::string& name, const std::type_info& requested, const DataObj& found) {

@@ -15,20 +15,22 @@ FamilyFactory::FamilyFactory(std::string type_name, std::uint32_t kind, Paramete
 
 std::shared_ptr<DataObj> FamilyFactory::create(std::shared_ptr<Schema> schema) const {
   if (!d_from_file) return d_create(std::move(schema), d_parameters);
-  return d_create(std::move(schema), {0, d_parameters.text});
+  FactoryParameters parameters(0, d_parameters.text, d_parameters.file_name);
+  parameters.stored = true;
+  return d_create(std::move(schema), parameters);
 }
 
 std::shared_ptr<DataFactory> FamilyFactory::vector_factory(std::uint32_t kind, std::uint32_t initial_count) const {
   const std::uint32_t vector = vector_kind(kind);
-  if (vector == 0) throw_cannot_vectorize(kind);
-  const auto prototype = std::static_pointer_cast<FamilyFactory>(find_factory(d_type_name, vector));
-  return prototype->with({initial_count, d_parameters.text});
+  const auto prototype = std::static_pointer_cast<FamilyFactory>(find_factory_or_null(d_type_name, vector));
+  if (vector == 0 || prototype == nullptr) throw_cannot_vectorize(kind);
+  return prototype->with({initial_count, d_parameters.text, d_parameters.file_name});
 }
 
 void FamilyFactory::write_parameters(Util::ByteWriter& writer) const {
   if (d_layout != ParameterLayout::kNone) writer.put(d_parameters.initial_count);
   if (d_layout == ParameterLayout::kCountAndKind) writer.put(kind());
-  writer.put_text(d_parameters.text);
+  writer.put_text((kind() & kKindInFile) != 0 ? d_parameters.file_name : d_parameters.text);
 }
 
 std::shared_ptr<DataFactory> FamilyFactory::read_parameters(Util::ByteReader& reader) const {
@@ -41,7 +43,7 @@ std::shared_ptr<DataFactory> FamilyFactory::read_parameters(Util::ByteReader& re
                         kind());
     }
   }
-  parameters.text = reader.get_text();
+  ((kind() & kKindInFile) != 0 ? parameters.file_name : parameters.text) = reader.get_text();
   auto factory = with(std::move(parameters));
   factory->d_from_file = true;
   return factory;

@@ -16,9 +16,13 @@
 #include "util/Export.h"
 #include "zydata/ArrayImpl.h"
 #include "zydata/DataFactory.h"
+#include "zydata/DictImpl.h"
 #include "zydata/Frame.h"
 #include "zydata/Kind.h"
+#include "zydata/MMapArrayImpl.h"
+#include "zydata/MMapVarArrayImpl.h"
 #include "zydata/Record.h"
+#include "zydata/SparseArrayImpl.h"
 #include "zydata/TypeName.h"
 #include "zydata/TypeRegistry.h"
 #include "zydata/Value.h"
@@ -34,8 +38,14 @@ enum class ParameterLayout {
 };
 
 struct FactoryParameters {
-  std::uint64_t initial_count = 0;  // elements of a new object
-  std::string text;                 // a default value as decimal text, or ""
+  // NOLINTNEXTLINE(google-explicit-constructor): braces make one
+  FactoryParameters(std::uint64_t count = 0, std::string default_value = "", std::string file = "")
+      : initial_count(count), text(std::move(default_value)), file_name(std::move(file)) {}
+
+  std::uint64_t initial_count;  // elements of a new object
+  std::string text;             // a default value as decimal text, or ""
+  std::string file_name;        // of a mapped array, base name of a mapped variable array; "": the schema's name
+  bool stored = false;          // the object's content comes from a message
 };
 
 using CreateFunction = std::shared_ptr<DataObj> (*)(std::shared_ptr<Schema> schema,
@@ -133,6 +143,32 @@ std::shared_ptr<DataObj> create_var_array(std::shared_ptr<Schema> schema, const 
   return array;
 }
 
+template <class T>
+std::shared_ptr<DataObj> create_sparse_array(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
+  auto array = std::make_shared<SparseArray<T>>(schema);
+  array->set_default_value(default_value<T>(*schema, parameters.text));
+  return array;
+}
+
+template <class T>
+std::shared_ptr<DataObj> create_mmap_array(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
+  if (parameters.stored) return MMapArray<T>::for_loading(std::move(schema));
+  auto array = std::make_shared<MMapArray<T>>(schema, 0, parameters.file_name);
+  array->set_default_value(default_value<T>(*schema, parameters.text));
+  array->resize(parameters.initial_count);
+  return array;
+}
+
+/// What existing files hold goes: a factory makes empty objects.
+template <class T>
+std::shared_ptr<DataObj> create_mmap_var_array(std::shared_ptr<Schema> schema, const FactoryParameters& parameters) {
+  if (parameters.stored) return MMapVarArray<T>::for_loading(std::move(schema), parameters.file_name);
+  auto array = std::make_shared<MMapVarArray<T>>(std::move(schema), parameters.file_name);
+  array->truncate_rows(0);
+  array->resize(parameters.initial_count);
+  return array;
+}
+
 /// For objects that start empty whatever their parameters.
 template <class Object>
 std::shared_ptr<DataObj> create_empty(std::shared_ptr<Schema> schema, const FactoryParameters&) {
@@ -144,23 +180,33 @@ template <class T, std::uint32_t kind>
 struct DataFactoryT {
   /// The one instance of this pair.
   static const std::shared_ptr<FamilyFactory>& instance() {
-    static const auto factory = std::make_shared<FamilyFactory>(element_type_name<T>(), kind, layout(), creator());
+    static const auto& factory = *new std::shared_ptr<FamilyFactory>(
+        std::make_shared<FamilyFactory>(element_type_name<T>(), kind, layout(), creator()));
     return factory;
   }
 
  private:
   static constexpr ParameterLayout layout() {
-    return (kind & (kKindArray | kKindVar)) != 0 ? ParameterLayout::kCountAndKind : ParameterLayout::kNone;
+    constexpr std::uint32_t with_count = kKindArray | kKindVar | kKindSparse | kKindDict | kKindMMapVarArray;
+    return (kind & with_count) != 0 ? ParameterLayout::kCountAndKind : ParameterLayout::kNone;
   }
   static constexpr CreateFunction creator() {
     if constexpr ((kind & kKindFrame) != 0) {
       return &create_empty<Frame<T>>;
     } else if constexpr ((kind & kKindRecord) != 0) {
       return &create_empty<Record<T>>;
+    } else if constexpr (kind == kKindMMapVarArray) {
+      return &create_mmap_var_array<T>;
+    } else if constexpr ((kind & kKindMMap) != 0) {
+      return &create_mmap_array<T>;
     } else if constexpr (kind == (kKindVar | kKindArray)) {
       return &create_var_array<T>;
     } else if constexpr (kind == kKindVar) {
       return &create_empty<VarValue<T>>;
+    } else if constexpr ((kind & kKindSparse) != 0) {
+      return &create_sparse_array<T>;
+    } else if constexpr ((kind & kKindDict) != 0) {
+      return &create_empty<Dict<T>>;
     } else if constexpr ((kind & kKindArray) != 0) {
       return &create_array<T>;
     } else {
@@ -178,14 +224,30 @@ void register_factories() {
 template <class T>
 void register_type() {
   static_assert(kIsBasicType<T> || std::is_enum_v<T>, "structures are entered with register_class_type");
-  if constexpr (std::is_enum_v<T>) static_assert(sizeof(T) == sizeof(int), "declare the enumeration with `: int`");
-  register_factories<T, 0, kKindDefaulted, kKindArray, kKindDefaulted | kKindArray, kKindVar, kKindVar | kKindArray>();
+  if constexpr (std::is_enum_v<T>) {
+    static_assert(
+        sizeof(T) == sizeof(int) && requires { T{0}; }, "declare the enumeration with `: int`");
+  }
+  constexpr std::uint32_t sparse_array = kKindSparse | kKindArray;
+  register_factories<T, 0, kKindDefaulted, kKindArray, kKindDefaulted | kKindArray, kKindVar, kKindVar | kKindArray,
+                     sparse_array, kKindDefaulted | kKindSparse, kKindDefaulted | sparse_array, kKindDict>();
+  register_factories<T, kKindMMap | kKindArray, kKindDefaulted | kKindMMap | kKindArray, kKindMMapVarArray>();
 }
 
 /// Enters the factories of a plain structure.
 template <class T>
 void register_class_factories() {
   register_factories<T, 0, kKindArray, kKindFrame, kKindRecord, kKindDefaulted | kKindFrame>();
+}
+
+/// The schema of an array or a variable array in mapped files of this name, or base name; `kind` is 0x21, 0x1021 or
+/// 0x40.
+template <class T, std::uint32_t kind>
+std::shared_ptr<Schema> make_mapped_schema(std::string name, std::string file_name, T default_value = T()) {
+  static_assert(kind == (kKindMMap | kKindArray) || kind == (kKindDefaulted | kKindMMap | kKindArray) ||
+                kind == kKindMMapVarArray);
+  auto factory = DataFactoryT<T, kind>::instance()->with({0, default_text(default_value), std::move(file_name)});
+  return std::make_shared<Schema>(std::move(name), element_type_name<T>(), kind, std::move(factory));
 }
 
 /// The factory of a single value with a default.

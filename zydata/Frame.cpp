@@ -51,7 +51,7 @@ std::shared_ptr<DataObj> FrameBase::slice(std::uint64_t first, std::uint64_t cou
   const std::uint64_t shown = shown_rows(first, count);
   std::vector<std::shared_ptr<DataObj>> parts;
   for (const auto& column : field_data()) parts.push_back(column->slice(first, shown));
-  const std::shared_ptr<FrameBase> result = with_columns(schema(), std::move(parts), shown);
+  const std::shared_ptr<FrameBase> result = with_columns(schema()->clone(nullptr), std::move(parts), shown);
   result->d_is_slice = true;
   return result;
 }
@@ -60,7 +60,7 @@ std::shared_ptr<DataObj> FrameBase::copy(std::uint64_t first, std::uint64_t coun
   const std::uint64_t shown = shown_rows(first, count);
   std::vector<std::shared_ptr<DataObj>> parts;
   for (const auto& column : field_data()) parts.push_back(column->copy(first, shown));
-  return with_columns(schema(), std::move(parts), shown);
+  return with_columns(schema()->clone(nullptr), std::move(parts), shown);
 }
 
 std::shared_ptr<DataObj> FrameBase::select(const std::shared_ptr<DataObj>& ids) { return select(ids->to_id_vector()); }
@@ -81,7 +81,7 @@ std::uint64_t FrameBase::size_bytes() const { return sizeof d_rows + children_si
 
 void FrameBase::finish() {
   Composite::finish();
-  columns();
+  for (Column* column : columns()) column->expect_rows(d_rows);
   check_row_counts();
 }
 
@@ -113,6 +113,7 @@ void FrameBase::check_takes_structures() const {
   if (d_is_slice) throw Util::Error(std::string(kSliceRefusal));
   class_schema().check_holds_all_members();
   check_described();
+  check_row_counts();
 }
 
 void FrameBase::complete_rows(std::uint64_t rows) {
@@ -130,6 +131,7 @@ void FrameBase::complete_rows(std::uint64_t rows) {
 
 void FrameBase::append_structures(const void* first, std::size_t stride, std::uint64_t count) {
   check_takes_structures();
+  if (count == 0) return;
   const ClassSchemaBase& members = class_schema();
   const std::vector<Column*> targets = columns();
   try {
@@ -150,7 +152,8 @@ void FrameBase::append_structures(const void* first, std::size_t stride, std::ui
 
 std::shared_ptr<Schema> FrameBase::field_form(const std::shared_ptr<Schema>& form) const {
   if ((form->kind() & kKindHasFields) != 0) schema()->check_takes_frames();
-  return (form->kind() & kKindArray) != 0 ? form : form->vector_form();
+  const bool is_column = (form->kind() & (kKindArray | kKindMMapVarArray)) != 0;
+  return is_column ? form : form->vector_form();
 }
 
 void FrameBase::accept(DataObj& new_column, bool created_here) {

@@ -59,8 +59,8 @@ class CORVANE_API GenericTypeT final : public GenericType {
  public:
   /// The one descriptor of T.
   static const GenericTypeT& instance() {
-    static const GenericTypeT descriptor;
-    return descriptor;
+    static const auto* descriptor = new GenericTypeT;
+    return *descriptor;
   }
 
   void print(std::ostream& stream, const GenericValue& value) const override {

@@ -16,13 +16,15 @@ struct TextHolder {
 
 GenericValue::GenericValue() : d_size(0), d_type(&GenericTypeT<void>::instance()) {}
 
-GenericValue::GenericValue(std::string text) : d_size(kScalar), d_type(&GenericTypeT<const char*>::instance()) {
+GenericValue::GenericValue(std::string text)
+    : d_size(kScalar), d_type(&GenericTypeT<const char*>::instance()), d_text_size(text.size()) {
   const auto holder = std::make_shared<const TextHolder>(std::move(text));
   d_data = std::shared_ptr<const void>(holder, &holder->pointer);
 }
 
 std::string_view GenericValue::text() const {
   const char* pointer = as<const char*>();
+  if (d_text_size != kUnknown) return {pointer, d_text_size};
   return pointer == nullptr ? std::string_view() : std::string_view(pointer);
 }
 

@@ -26,7 +26,7 @@ class CORVANE_API GenericValue {
 
   /// A single value, copied.
   template <class T>
-  requires(kIsBasicType<T> || std::is_enum_v<T> || std::is_same_v<T, const char*>) explicit GenericValue(T value)
+  requires(kIsBasicType<T> || std::is_enum_v<T>) explicit GenericValue(T value)
       : d_data(std::make_shared<T>(value)), d_size(kScalar), d_type(&GenericTypeT<T>::instance()) {}
 
   /// `n` values at `data`, copied.
@@ -44,6 +44,8 @@ class CORVANE_API GenericValue {
 
   /// A text, copied; its element type is `const char*`.
   explicit GenericValue(std::string text);
+  /// A text up to its zero byte, copied; null stands for "".
+  explicit GenericValue(const char* text) : GenericValue(std::string(text == nullptr ? "" : text)) {}
 
   /// True when this is one value, not a run.
   bool is_scalar() const { return d_size == kScalar; }
@@ -66,7 +68,8 @@ class CORVANE_API GenericValue {
     UTIL_ASSERT(!all.empty());
     return all[0];
   }
-  /// The first text; "" for a null one. A value that holds no text is a programming error and ends the program.
+  /// The first text, zero bytes included where this value copied it; "" for a null one. A value that holds no text is a
+  /// programming error and ends the program.
   std::string_view text() const;
   /// All elements. A wrong T is a programming error and ends the program.
   template <class T>
@@ -82,6 +85,7 @@ class CORVANE_API GenericValue {
 
  private:
   static constexpr std::int64_t kScalar = -1;
+  static constexpr std::size_t kUnknown = ~std::size_t{0};
 
   template <class T>
   static std::shared_ptr<const void> copy_of(const T* data, std::size_t n) {
@@ -93,6 +97,7 @@ class CORVANE_API GenericValue {
   std::shared_ptr<const void> d_data;  // the first element
   std::int64_t d_size;                 // -1: a single value; 0: an empty run
   const GenericType* d_type;           // never null
+  std::size_t d_text_size = kUnknown;  // bytes of the one text that this value copied
 };
 
 }  // namespace ZyData

@@ -21,6 +21,12 @@ std::uint32_t vector_kind(std::uint32_t kind) {
       return kKindDefaulted | kKindArray;
     case kKindVar:
       return kKindVar | kKindArray;
+    case kKindMMap:
+      return kKindMMap | kKindArray;
+    case kKindDefaulted | kKindMMap:
+      return kKindDefaulted | kKindMMap | kKindArray;
+    case kKindVar | kKindMMap:
+      return kKindMMapVarArray;
     case kKindString:
       return kKindString | kKindArray;
     default:

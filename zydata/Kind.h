@@ -37,8 +37,11 @@ inline constexpr std::uint32_t kKindTakesFrames = kKindClassAccess | kKindRecord
 /// An object with any of these holds more than one value.
 inline constexpr std::uint32_t kKindComposite = kKindArray | kKindFrame | kKindRecord | kKindDict;
 
+/// An object with any of these keeps its elements in files of their own.
+inline constexpr std::uint32_t kKindInFile = kKindMMap | kKindMMapVarArray;
+
 /// The key bits of the vector form of a kind: of a value an array, of a text an array of texts, of a run an array of
-/// runs. 0: none.
+/// runs; with "mmap" a mapped one, save for texts. 0: none.
 CORVANE_API std::uint32_t vector_kind(std::uint32_t kind);
 
 /// The names of the set flags from bit 31 down to bit 0, separated by single blanks; "" for 0.

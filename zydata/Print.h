@@ -15,13 +15,13 @@ CORVANE_API std::uint64_t print_limit();
 CORVANE_API void set_print_limit(std::uint64_t limit);
 
 /// Four blanks per level, at most 40.
-std::string indent_text(int level);
+CORVANE_API std::string indent_text(int level);
 
 /// True for the bytes 0x20 to 0x7e, whatever the locale.
-bool is_printable(char c);
+CORVANE_API bool is_printable(char c);
 
 /// Writes "[ ", each byte as itself or as two hexadecimal digits, each with a blank behind it, "..." when bytes remain
 /// beyond the limit, and "]".
-void print_bytes(std::ostream& stream, const void* data, std::uint64_t size);
+CORVANE_API void print_bytes(std::ostream& stream, const void* data, std::uint64_t size);
 
 }  // namespace ZyData

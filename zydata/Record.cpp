@@ -25,7 +25,7 @@ std::vector<std::shared_ptr<DataObj>> RecordBase::split(std::uint64_t n) {
     }
   }
   std::vector<std::shared_ptr<DataObj>> records;
-  for (auto& children : pieces) records.push_back(with_children(schema(), std::move(children)));
+  for (auto& children : pieces) records.push_back(with_children(schema()->clone(nullptr), std::move(children)));
   return records;
 }
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <utility>
 
+#include "util/Assert.h"
 #include "util/Error.h"
 #include "zydata/DataFactory.h"
 #include "zydata/SchemaTable.h"
@@ -49,6 +50,7 @@ std::shared_ptr<Schema> Schema::clone(std::shared_ptr<Schema> target) const {
 
 void Schema::add_field(std::shared_ptr<Schema> field_schema) {
   check_field_access();
+  UTIL_ASSERT(field_schema != nullptr);
   d_fields.push_back(std::move(field_schema));
   touch();
 }

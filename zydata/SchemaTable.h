@@ -37,7 +37,7 @@ struct SchemaTable {
 };
 
 /// Counts how deep a walk over schema nodes has gone; throws Util::Error below level 256.
-class NestingGuard {
+class CORVANE_API NestingGuard {
  public:
   explicit NestingGuard(int& depth);
   ~NestingGuard() { --d_depth; }
@@ -48,7 +48,7 @@ class NestingGuard {
   int& d_depth;
 };
 
-class SchemaTableWriter {
+class CORVANE_API SchemaTableWriter {
  public:
   /// Appends one node. Texts end at their first zero byte; one longer than 65535 bytes throws Util::Error.
   void add_node(const SchemaHeader& header);
@@ -68,7 +68,7 @@ class SchemaTableWriter {
 };
 
 /// Hands out the nodes of borrowed tables in their order. Everything in them is a claim of a file and is checked.
-class SchemaTableReader {
+class CORVANE_API SchemaTableReader {
  public:
   /// Throws Util::Error when the node area is no multiple of a node's size.
   SchemaTableReader(std::string_view nodes, std::string_view parameters, std::string_view strings);
@@ -96,6 +96,6 @@ class SchemaTableReader {
 
 /// Throws Util::Error unless the nodes' field counts describe exactly one tree, so that reading them cannot run past
 /// the table.
-void check_node_table(std::string_view nodes);
+CORVANE_API void check_node_table(std::string_view nodes);
 
 }  // namespace ZyData

@@ -25,7 +25,7 @@ std::size_t round_up(std::size_t bytes) { return round_down(bytes + kHugePage - 
 /// The bytes at the start of a block that huge pages should stand behind. The last page, of which a part stays unused,
 /// counts only where that part is small against the block: a large one would take memory for nothing.
 std::size_t huge_bytes(std::size_t bytes) {
-  constexpr std::size_t kMaxWaste = 16;  // the block's sixteenth
+  constexpr std::size_t kMaxWaste = 4;  // a quarter of the block
   if (bytes > std::numeric_limits<std::size_t>::max() / 2) return 0;
   return round_up(bytes) - bytes <= bytes / kMaxWaste ? round_up(bytes) : round_down(bytes);
 }

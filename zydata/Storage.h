@@ -84,10 +84,16 @@ class CORVANE_API VCpuMem : public VStorageBase {
 template <class T>
 class CpuMem final : public VCpuMem {
  public:
+  static constexpr bool kMapped = false;
+
   CpuMem() : VCpuMem(sizeof(T)) {}
+
+  /// A storage for other elements of the same kind.
+  CpuMem empty_like() const { return CpuMem(); }
 };
 
 /// Writes one element's bytes into a run of elements, in blocks of 1024 bytes.
-void pattern_fill(void* data, std::uint64_t element_size, std::uint64_t from, std::uint64_t to, const void* value);
+CORVANE_API void pattern_fill(void* data, std::uint64_t element_size, std::uint64_t from, std::uint64_t to,
+                              const void* value);
 
 }  // namespace ZyData

@@ -7,6 +7,7 @@
 
 #include "util/Error.h"
 #include "zydata/GenericValue.h"
+#include "zydata/MemoryData.h"
 #include "zydata/Print.h"
 #include "zydata/Schema.h"
 #include "zydata/VarArrayImpl.h"
@@ -53,7 +54,7 @@ StringArray::StringArray(std::shared_ptr<Schema> schema)
 
 StringArray::StringArray(std::shared_ptr<Schema> schema, std::shared_ptr<RunOffsets> offsets,
                          std::shared_ptr<CpuVector<char>> values, std::uint64_t start, std::uint64_t count)
-    : Base(std::move(schema), std::move(offsets), std::move(values), start, count) {}
+    : RunArray(std::move(schema), std::move(offsets), std::move(values), start, count) {}
 
 std::shared_ptr<DataObj> StringArray::view(std::shared_ptr<RunOffsets> offsets, std::shared_ptr<CpuVector<char>> values,
                                            std::uint64_t start, std::uint64_t count) const {
@@ -81,6 +82,64 @@ void StringArray::print(std::ostream& stream, int indent) {
   for (std::uint64_t i = 0; i < shown; ++i) stream << '"' << view(i) << "\" ";
   if (size() > shown) stream << " ...";
   stream << "]\n" << std::flush;
+}
+
+template <class Base, class Ops>
+std::int64_t Searchable<Base, Ops>::find(std::string_view text) {
+  update_index();
+  const std::int32_t e = d_index.find(Ops::hash(text), [&](const IndexEntry& entry) {
+    return Ops::equal(this->view(static_cast<std::uint64_t>(entry.element)), text);
+  });
+  if (e != Util::kChainEnd) return d_index.entries[static_cast<std::uint64_t>(e)].element;
+  const bool unwritten =
+      text.empty() && d_indexed < this->size();  // elements that are still to be written read as empty
+  return unwritten ? static_cast<std::int64_t>(d_indexed) : -1;
+}
+
+template <class Base, class Ops>
+void Searchable<Base, Ops>::update_index() {
+  const std::uint64_t written = this->filled_elements();
+  if (d_revision != this->shared_offsets()->revision || written < d_indexed) {
+    d_index.clear();
+    d_indexed = 0;
+    d_revision = this->shared_offsets()->revision;
+  }
+  const auto hash_of = [&](const IndexEntry& entry) {
+    return Ops::hash(this->view(static_cast<std::uint64_t>(entry.element)));
+  };
+  for (; d_indexed < written; ++d_indexed) {
+    const std::string_view text = this->view(d_indexed);
+    const std::uint64_t hash = Ops::hash(text);
+    const std::int32_t known = d_index.find(hash, [&](const IndexEntry& entry) {
+      return Ops::equal(this->view(static_cast<std::uint64_t>(entry.element)), text);
+    });
+    if (known != Util::kChainEnd) continue;
+    d_index.grow_for_one(hash_of);
+    d_index.append(hash).element = static_cast<std::int32_t>(d_indexed);
+  }
+}
+
+template class Searchable<StringArray, TextOps>;
+
+std::shared_ptr<DataObj> SearchableStringArray::view(std::shared_ptr<RunOffsets> offsets,
+                                                     std::shared_ptr<CpuVector<char>> values, std::uint64_t start,
+                                                     std::uint64_t count) const {
+  return std::shared_ptr<SearchableStringArray>(
+      new SearchableStringArray(schema(), std::move(offsets), std::move(values), start, count));
+}
+
+void SearchableStringArray::vectorize(FrameList& frames, std::shared_ptr<DataObj> self) {
+  frames.push_back(std::make_shared<FixedMemoryData>(d_stored_extent, sizeof d_stored_extent, self));
+  StringArray::vectorize(frames, self);
+}
+
+std::uint64_t SearchableStringArray::size_bytes() const { return sizeof d_stored_extent + StringArray::size_bytes(); }
+
+// What is stored is always a whole array: a part was made one when it was stored.
+void SearchableStringArray::finish() {
+  StringArray::finish();
+  const bool whole = d_stored_extent[0] == 0 && d_stored_extent[1] == kToTheEnd && d_stored_extent[2] == 0;
+  if (!whole) throw Util::Error("the stored extent of \"%s\" is not that of a whole array", schema()->name().c_str());
 }
 
 }  // namespace ZyData

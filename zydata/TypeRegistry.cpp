@@ -17,19 +17,30 @@ struct Registries {
   std::map<std::string, std::shared_ptr<const Schema>, std::less<>> class_schemas;
 };
 
+// Never destroyed: a program may save a database while its own static objects are.
 Registries& bare_registries() {
-  static Registries registries;
-  return registries;
+  static auto* registries = new Registries;
+  return *registries;
 }
+
+class FlagRaised {
+ public:
+  explicit FlagRaised(bool& flag) : d_flag(flag) { d_flag = true; }
+  ~FlagRaised() { d_flag = false; }
+  FlagRaised(const FlagRaised&) = delete;
+  FlagRaised& operator=(const FlagRaised&) = delete;
+
+ private:
+  bool& d_flag;
+};
 
 // The built-in types are entered through the public registration functions, so the flag is raised before they run.
 Registries& registries() {
   static std::once_flag filled;
   thread_local bool filling = false;
   if (!filling) {
-    filling = true;
+    const FlagRaised raised(filling);
     std::call_once(filled, register_builtin_types);
-    filling = false;
   }
   return bare_registries();
 }
@@ -42,10 +53,14 @@ void register_factory(const std::string& type_name, std::shared_ptr<DataFactory>
   registries().factories.try_emplace(std::move(key), std::move(factory));
 }
 
-std::shared_ptr<DataFactory> find_factory(const std::string& type_name, std::uint32_t kind) {
+std::shared_ptr<DataFactory> find_factory_or_null(const std::string& type_name, std::uint32_t kind) {
   const auto& factories = registries().factories;
   const auto found = factories.find(FactoryKey{type_name, kind & kKindKeyMask});
-  if (found != factories.end()) return found->second;
+  return found == factories.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<DataFactory> find_factory(const std::string& type_name, std::uint32_t kind) {
+  if (auto found = find_factory_or_null(type_name, kind)) return found;
   throw Util::Error(
       "data type \"%s\" is not registered with zydata (flags: %s):\n\t call \"ZyData::register_type<%s>();\" before "
       "deserialization.",

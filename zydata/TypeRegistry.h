@@ -23,6 +23,8 @@ struct SchemaHeader;
 CORVANE_API void register_factory(const std::string& type_name, std::shared_ptr<DataFactory> factory);
 
 /// The registered factory for a type name and the key bits of `kind`. Throws Util::Error when there is none.
+/// As find_factory; empty when there is none.
+CORVANE_API std::shared_ptr<DataFactory> find_factory_or_null(const std::string& type_name, std::uint32_t kind);
 CORVANE_API std::shared_ptr<DataFactory> find_factory(const std::string& type_name, std::uint32_t kind);
 
 /// Enters the class schema of a structure under its element type name. A name that is already known keeps its first

@@ -13,9 +13,28 @@
 
 namespace ZyData {
 
-/// Throws Util::Error when values of the registered structure `type_name` view memory elsewhere (texts, lists): their
-/// bytes mean nothing in a file.
-CORVANE_API void check_storable_structure(const std::string& type_name, std::uint32_t kind);
+/// Throws Util::Error unless the bytes of the registered structure `type_name` are those of its declared numbers and
+/// nothing else: texts and lists view memory elsewhere, and padding or undeclared members would leak into a file.
+CORVANE_API void check_storable_structure(const std::string& type_name, std::uint64_t size, std::uint32_t kind);
+
+/// A byte other than 0 and 1 is no value of a bool; one that a file brought becomes true.
+template <class T>
+void normalise_loaded(T* values, std::uint64_t count) {
+  if constexpr (std::is_same_v<T, bool>) {
+    auto* bytes = reinterpret_cast<unsigned char*>(values);
+    for (std::uint64_t i = 0; i < count; ++i) bytes[i] = bytes[i] != 0 ? 1 : 0;
+  }
+}
+
+/// The value that stands there, in memory that a file may have filled.
+template <class T>
+T checked_value(const T& value) {
+  if constexpr (std::is_same_v<T, bool>) {
+    return *reinterpret_cast<const unsigned char*>(&value) != 0;
+  } else {
+    return value;
+  }
+}
 
 template <class T>
 class Value final : public DataObj {
@@ -36,16 +55,13 @@ class Value final : public DataObj {
   void set_value(const GenericValue& value) override { d_value = value.as<T>(); }  // 26
   void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override {      // 29
     if constexpr (!kIsBasicType<T> && !std::is_enum_v<T>)
-      check_storable_structure(element_type_name<T>(), schema()->kind());
+      check_storable_structure(element_type_name<T>(), sizeof(T), schema()->kind());
     frames.push_back(std::move(self));
   }
   std::uint64_t size_bytes() const override { return sizeof(T); }  // 30
-  bool fits(std::uint64_t n) override { return n == sizeof(T); }   // 31: neither more nor less
-  void finish() override {                                         // 32
-    if constexpr (std::is_same_v<T, bool>) d_value = *reinterpret_cast<const unsigned char*>(&d_value) != 0;
-  }
-  void print(int indent) override { print(std::cout, indent); }  // 36
-  void print(std::ostream& stream, int indent) override {        // 37
+  void finish() override { normalise_loaded(&d_value, 1); }        // 32
+  void print(int indent) override { print(std::cout, indent); }    // 36
+  void print(std::ostream& stream, int indent) override {          // 37
     stream << indent_text(indent) << schema()->name() << " = ";
     print_value(stream, d_value);
     stream << std::endl;

@@ -2,8 +2,9 @@
 //
 // The values of all elements stand end to end in one vector; a second vector of int offsets says where each element
 // begins, and has one entry more than there are elements. Elements are written in order: appended, or, in an array that
-// was sized first, set one after the other. VarArrayBase keeps the offsets, RunArray the values, VarArray and
-// StringArray (String.h) are what users see.
+// was sized first, set one after the other. VarArrayBase is what all of them are, RunTable keeps the offsets, RunArray
+// the values; VarArray, StringArray (String.h) and MMapVarArray (MMapVarArray.h) are what users see. Where offsets and
+// values live is the matter of a Memory: ProcessRuns or MappedRuns.
 //
 // Offsets are int: an array holds at most 2147483647 values, and an operation that would pass that throws before
 // anything changes. Not for several threads: element() writes into the array itself, so even reading is not safe from
@@ -16,54 +17,127 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "util/Export.h"
 #include "util/USpan.h"
 #include "zydata/Array.h"
 #include "zydata/GenericValue.h"
+#include "zydata/MMapRegion.h"
 #include "zydata/Vector.h"
 #include "zydata/data.h"
 
 namespace ZyData {
 
-/// The offsets that several views may share.
-struct RunOffsets {
-  RunOffsets() { entries.push_back(0); }
-
-  CpuVector<std::int32_t>
-      entries;  // one more than elements; those behind entry `filled` are written when they are next needed
-  std::uint64_t filled = 0;  // elements that were written or appended; the others are empty
+/// Offsets and values in process memory.
+struct ProcessRuns {
+  static constexpr bool kMapped = false;
+  template <class T>
+  using Elements = CpuVector<T>;
 };
+
+/// Offsets and values in mapped files.
+struct MappedRuns {
+  static constexpr bool kMapped = true;
+  template <class T>
+  using Elements = Vector<T, RegionMem<T>>;
+};
+
+/// The offsets that several views may share.
+template <class Memory>
+struct OffsetTable {
+  using Entries = typename Memory::template Elements<std::int32_t>;
+
+  /// One offset, which is 0.
+  OffsetTable() requires(!Memory::kMapped) { entries.push_back(0); }
+  explicit OffsetTable(Entries vector) : entries(std::move(vector)) {
+    if (!entries.pending() && entries.empty()) entries.push_back(0);
+  }
+  OffsetTable(const OffsetTable&) = delete;
+  OffsetTable& operator=(const OffsetTable&) = delete;
+  ~OffsetTable() {
+    if constexpr (Memory::kMapped) settle();  // the file stays
+  }
+
+  /// Writes the offsets of elements that were never filled.
+  void settle() noexcept {
+    if (Memory::kMapped && (entries.pending() || entries.empty())) return;
+    const std::int32_t end = entries[filled];
+    for (std::uint64_t k = entries.size() - 1; k > filled && entries[k] != end; --k) entries[k] = end;
+  }
+  std::shared_ptr<OffsetTable> empty_like() const {
+    return std::make_shared<OffsetTable>(Entries(entries.storage().empty_like()));
+  }
+
+  Entries entries;  // one more than elements; those behind entry `filled` are written when they are next needed
+  std::uint64_t filled = 0;    // elements that were written or appended; the others are empty
+  std::uint64_t revision = 0;  // changes that were no appending: whoever remembers elements forgets them
+  std::uint64_t base = 0;      // value position that the values begin with; not 0 only in a window of mapped files
+  bool growable = true;        // false: a window that ends before its file does
+};
+using RunOffsets = OffsetTable<ProcessRuns>;
 
 class CORVANE_API VarArrayBase : public DataObj, public Column {
  public:
-  std::uint64_t size() const override;  // 1
-  void finish() override;               // 32: throws Util::Error for offsets that do not fit the values
-
   std::uint64_t start() const { return d_start; }
   std::uint64_t count() const { return d_count; }
-  std::uint64_t base() const { return d_base; }
+  /// The value position that the first mapped value has; 0 unless the array is a window of mapped files.
+  virtual std::uint64_t base() const = 0;
   /// The offsets of the shown elements, one more than there are; borrowed until the next change.
-  std::span<const std::int32_t> offsets() const;
+  virtual std::span<const std::int32_t> offsets() const = 0;
 
  protected:
-  /// First value and end value of one element.
+  VarArrayBase(std::shared_ptr<Schema> schema, std::uint64_t start, std::uint64_t count);
+
+  void reset_view();
+
+ private:
+  std::uint64_t d_start;  // index of element 0 in the offsets; 0: a whole array
+  std::uint64_t d_count;  // the most elements shown; kToTheEnd: no limit
+};
+
+template <class Memory>
+class RunTable : public VarArrayBase {
+ public:
+  std::uint64_t size() const override;  // 1
+  void finish() override;               // 32: throws Util::Error for offsets that do not fit the values
+  std::uint64_t base() const override { return table().base; }
+  std::span<const std::int32_t> offsets() const override;
+
+ protected:
+  using Offsets = OffsetTable<Memory>;
+  using OffsetVector = typename Offsets::Entries;
+
+  /// First value and number of values of one element or of several, counted from the vector's first value.
   struct Range {
     std::uint64_t first = 0;
     std::uint64_t size = 0;
   };
 
-  VarArrayBase(std::shared_ptr<Schema> schema, std::shared_ptr<RunOffsets> offsets, std::uint64_t start,
-               std::uint64_t count);
+  RunTable(std::shared_ptr<Schema> schema, std::shared_ptr<Offsets> offsets, std::uint64_t start, std::uint64_t count);
 
   virtual std::uint64_t value_count() const = 0;
+  /// Opens the files of mapped runs; not called for others, nor when they are open.
+  virtual void open_stored() const {}
 
+  /// The offsets, opened when they lie in a file.
+  Offsets& table() const {
+    ensure_open();
+    return *d_offsets;
+  }
+  void ensure_open() const {
+    if constexpr (Memory::kMapped) {
+      if (d_offsets->entries.pending()) [[unlikely]]
+        open_stored();
+    }
+  }
   Range range(std::uint64_t i) const;
-  /// First value and number of values of `count` elements from `first`, both counted from the offsets' start.
+  /// First value and number of values of `count` elements from `first`, which counts from the offsets' start.
   Range values_of(std::uint64_t first, std::uint64_t count) const;
   /// Elements of the offsets that a view of `count` elements from `first` shows.
   std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const;
+  /// Throws StorageError::WindowViolation for a window of mapped files that does not reach their ends.
   void check_modifiable() const;
   /// Throws for a view: a column must grow with its vectors.
   void check_whole() const;
@@ -72,24 +146,27 @@ class CORVANE_API VarArrayBase : public DataObj, public Column {
   void store_end(std::uint64_t i);
   void grow_elements(std::uint64_t n);
   void drop_elements(std::uint64_t n) noexcept;
-  /// Writes the offsets of elements that were never filled.
-  void settle() const noexcept;
-  void reset_view();
-  std::shared_ptr<CpuVector<std::int32_t>> offset_vector() const;
-  const std::shared_ptr<RunOffsets>& shared_offsets() const { return d_offsets; }
+  void settle() const noexcept { d_offsets->settle(); }
+  /// Shown elements that were written or appended.
+  std::uint64_t filled_elements() const;
+  std::shared_ptr<OffsetVector> offset_vector() const;
+  const std::shared_ptr<Offsets>& shared_offsets() const { return d_offsets; }
+  void share_offsets(std::shared_ptr<Offsets> offsets) { d_offsets = std::move(offsets); }
   /// Offsets of their own for `count` elements from `first`, beginning at 0.
-  std::shared_ptr<RunOffsets> copy_offsets(std::uint64_t first, std::uint64_t count) const;
+  std::shared_ptr<Offsets> copy_offsets(std::uint64_t first, std::uint64_t count) const;
+  /// Throws Util::Error unless the offsets rise and span `values` values.
+  void check_offsets(std::uint64_t values) const;
 
  private:
-  std::uint64_t d_start;                  // index of element 0 in the offsets; 0: a whole array
-  std::uint64_t d_count;                  // the most elements shown; kToTheEnd: no limit
-  std::uint64_t d_base = 0;               // value position that offset 0 stands for; 0 in process memory
-  std::shared_ptr<RunOffsets> d_offsets;  // never null
+  std::shared_ptr<Offsets> d_offsets;  // never null
 };
 
+extern template class CORVANE_API RunTable<ProcessRuns>;
+extern template class CORVANE_API RunTable<MappedRuns>;
+
 /// Runs of T, handed in and out as Run, a view of values that lie side by side.
-template <class T, class Run>
-class RunArray : public VarArrayBase {
+template <class T, class Run, class Memory = ProcessRuns>
+class RunArray : public RunTable<Memory> {
  public:
   using DataObj::set;
   using DataObj::set_field;
@@ -100,16 +177,17 @@ class RunArray : public VarArrayBase {
   std::shared_ptr<DataObj> slice(std::uint64_t first, std::uint64_t count) override;  // 3
   std::shared_ptr<DataObj> copy(std::uint64_t first, std::uint64_t count) override;   // 4
   void concat(const DataObj& other) override;                                         // 16
-  void* data() override { return d_values->data(); }                          // 22: the first value of the whole array
+  void* data() override { return values_vector().data(); }                    // 22: the first value of the whole array
   void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override;  // 29: offsets, then values
   std::uint64_t size_bytes() const override;                                  // 30
+  void finish() override;                                                     // 32
 
   // --- typed operations
   // -----------------------------------------------------------------------------------------------------------
   /// Element `i` as a view that is valid until the next change. An index that is not below the size ends the program.
   Run run(std::uint64_t i) const {
-    const Range at = range(i);
-    return Run(d_values->data() + at.first, at.size);
+    const Range at = this->range(i);
+    return Run(values_vector().data() + at.first, at.size);
   }
   /// Adds one element, which may be one of this array.
   void append(Run values);
@@ -135,23 +213,40 @@ class RunArray : public VarArrayBase {
   void truncate_rows(std::uint64_t rows) noexcept override;
 
  protected:
-  RunArray(std::shared_ptr<Schema> schema, std::shared_ptr<RunOffsets> offsets, std::shared_ptr<CpuVector<T>> values,
+  using Table = RunTable<Memory>;
+  using typename Table::Offsets;
+  using typename Table::Range;
+  using Values = typename Memory::template Elements<T>;
+
+  RunArray(std::shared_ptr<Schema> schema, std::shared_ptr<Offsets> offsets, std::shared_ptr<Values> values,
            std::uint64_t start, std::uint64_t count)
-      : VarArrayBase(std::move(schema), std::move(offsets), start, count), d_values(std::move(values)) {}
+      : Table(std::move(schema), std::move(offsets), start, count), d_values(std::move(values)) {}
 
   std::uint64_t value_count() const override { return d_values->size(); }
-  virtual std::shared_ptr<DataObj> view(std::shared_ptr<RunOffsets> offsets, std::shared_ptr<CpuVector<T>> values,
+  virtual std::shared_ptr<DataObj> view(std::shared_ptr<Offsets> offsets, std::shared_ptr<Values> values,
                                         std::uint64_t start, std::uint64_t count) const = 0;
   /// What set() says when element `i` is not the next one.
   virtual const char* order_refusal() const = 0;
 
+  /// The values, opened when they lie in a file.
+  Values& values_vector() const {
+    this->ensure_open();
+    return *d_values;
+  }
+  const std::shared_ptr<Values>& shared_values() const { return d_values; }
+  /// For a class that makes its vectors after its base.
+  void share(std::shared_ptr<Offsets> offsets, std::shared_ptr<Values> values) {
+    this->share_offsets(std::move(offsets));
+    d_values = std::move(values);
+  }
+
  private:
-  std::shared_ptr<CpuVector<T>> d_values;  // never null
+  std::shared_ptr<Values> d_values;  // never null
 };
 
 /// Nothing else may use the array until done(); without it, the elements go again.
-template <class T, class Run>
-class RunArray<T, Run>::Appender {
+template <class T, class Run, class Memory>
+class RunArray<T, Run, Memory>::Appender {
  public:
   /// Exactly `count` elements will come. Throws Util::Error for a view.
   Appender(RunArray& array, std::uint64_t count);
@@ -188,27 +283,24 @@ class RunArray<T, Run>::Appender {
   bool d_done = false;
 };
 
-/// Runs of numbers.
-template <class T>
-class VarArray final : public RunArray<T, Util::USpan<T>> {
+/// Runs of numbers: what VarArray and MMapVarArray have in common.
+template <class T, class Memory>
+class NumberRuns : public RunArray<T, Util::USpan<T>, Memory> {
  public:
   using Run = Util::USpan<T>;
   using DataObj::get;
   using DataObj::print;
   using DataObj::push_back;
   using DataObj::set_field;
-  using RunArray<T, Run>::set;
-
-  /// An empty array.
-  explicit VarArray(std::shared_ptr<Schema> schema);
+  using RunArray<T, Run, Memory>::set;
 
   /// Replaces the content; `name` must be empty, because an array has no fields.
   void set_field(const std::string& name, const std::vector<std::int32_t>& offsets,
                  const GenericValue& values) override;  // 13
   /// The values of the shown elements in order, as ids; throws Util::Error for floating-point values.
   std::vector<std::int32_t> to_id_vector() const override;                                   // 20
-  GenericValue get(int i) const override;                                                    // 23
-  void set(int i, const GenericValue& value) override;                                       // 24
+  void set(int i, const GenericValue& value) override;                                       // 23
+  GenericValue get(int i) const override;                                                    // 24
   void push_back(const GenericValue& value) override { this->append(value.elements<T>()); }  // 27
   void print(int indent) override;                                                           // 36
   void print(std::ostream& stream, int indent) override;                                     // 37
@@ -216,19 +308,33 @@ class VarArray final : public RunArray<T, Util::USpan<T>> {
   /// Element `i` in a span held by the array; overwritten by the next call.
   const Run& element(std::uint64_t i) { return d_current = this->run(i); }
 
+ protected:
+  using Base = RunArray<T, Run, Memory>;
+  using Base::Base;
+
  private:
-  using Base = RunArray<T, Run>;
+  const char* order_refusal() const override {
+    return "To set the element of vararray, please append it in order or use set method!\n";
+  }
+
+  Run d_current;  // what element() returned last
+};
+
+/// Runs of numbers in process memory.
+template <class T>
+class VarArray final : public NumberRuns<T, ProcessRuns> {
+ public:
+  /// An empty array.
+  explicit VarArray(std::shared_ptr<Schema> schema);
+
+ private:
+  using Base = NumberRuns<T, ProcessRuns>;
 
   VarArray(std::shared_ptr<Schema> schema, std::shared_ptr<RunOffsets> offsets, std::shared_ptr<CpuVector<T>> values,
            std::uint64_t start, std::uint64_t count)
       : Base(std::move(schema), std::move(offsets), std::move(values), start, count) {}
   std::shared_ptr<DataObj> view(std::shared_ptr<RunOffsets> offsets, std::shared_ptr<CpuVector<T>> values,
                                 std::uint64_t start, std::uint64_t count) const override;
-  const char* order_refusal() const override {
-    return "To set the element of vararray, please append it in order or use set method!\n";
-  }
-
-  Run d_current;  // what element() returned last
 };
 
 /// One run of numbers: the single-element companion of VarArray.
@@ -252,6 +358,7 @@ class VarValue final : public DataObj {
   void set_value(const GenericValue& value) override { set(value.elements<T>()); }                  // 26
   void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override;                        // 29
   std::uint64_t size_bytes() const override { return size() * sizeof(T); }                          // 30
+  void finish() override;                                                                           // 32
   void print(int indent) override;                                                                  // 36
   void print(std::ostream& stream, int indent) override;                                            // 37
 
@@ -274,6 +381,7 @@ std::shared_ptr<VarArray<T>> to_var_array(const std::shared_ptr<VarArrayBase>& a
 
 #define ZYDATA_DECLARE_VAR_ARRAY(T, Name)                        \
   extern template class CORVANE_API RunArray<T, Util::USpan<T>>; \
+  extern template class CORVANE_API NumberRuns<T, ProcessRuns>;  \
   extern template class CORVANE_API VarArray<T>;                 \
   extern template class CORVANE_API VarValue<T>;
 ZYDATA_FOR_EACH_BASIC_TYPE(ZYDATA_DECLARE_VAR_ARRAY)

@@ -28,7 +28,7 @@ constexpr const char* kOnlyCompositesAddFields = "can only add_field to a Record
 }  // namespace
 
 const std::shared_ptr<Schema>& raw_memory_schema() {
-  static const std::shared_ptr<Schema> schema = std::make_shared<Schema>();
+  static const auto& schema = *new std::shared_ptr<Schema>(std::make_shared<Schema>());
   return schema;
 }
 
@@ -93,7 +93,7 @@ bool DataObj::fits(std::uint64_t n) { return n <= size_bytes(); }
 void DataObj::finish() { does_nothing(); }
 std::shared_ptr<void> DataObj::message() { return nullptr; }
 void DataObj::on_access() { does_nothing(); }
-void DataObj::reserved_35() { does_nothing(); }
+void DataObj::reset() { does_nothing(); }
 
 void DataObj::print(int indent) {
   const std::uint64_t size = size_bytes();

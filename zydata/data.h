@@ -80,8 +80,8 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   // -------------------------------------------------------------------------------------------
   virtual void* address(int index);                        // 21: of one element; stub
   virtual void* data();                                    // 22: first byte; stub
-  virtual GenericValue get(int index) const;               // 23: one element; stub
-  virtual void set(int index, const GenericValue& value);  // 24: stub
+  virtual void set(int index, const GenericValue& value);  // 23: one element; stub
+  virtual GenericValue get(int index) const;               // 24: stub
   virtual GenericValue value() const;                      // 25: the whole content; stub
   virtual void set_value(const GenericValue& value);       // 26: stub
   virtual void push_back(const GenericValue& value);       // 27: stub
@@ -95,10 +95,10 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   virtual std::uint64_t size_bytes() const = 0;                              // 30
   /// Prepares for `n` bytes that a message brings; false when they do not fit.
   virtual bool fits(std::uint64_t n);       // 31: n <= size_bytes()
-  virtual void finish();                    // 32: checks what a load has filled; does nothing
+  virtual void finish();                    // 32: for loaders only: checks what they filled; does nothing
   virtual std::shared_ptr<void> message();  // 33: owner of the bytes; empty
   virtual void on_access();                 // 34: hook of typed child access; does nothing
-  virtual void reserved_35();               // 35: does nothing
+  virtual void reset();                     // 35: empties an array; does nothing
 
   // --- slots 36-40: printing and hierarchy
   // ----------------------------------------------------------------------------------------

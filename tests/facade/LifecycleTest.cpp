@@ -222,6 +222,16 @@ TEST_F(Database, NamesAFileThatCannotBeOpened) {
   EXPECT_ERROR(DBZydata(d_folder).openem(true, "folder"), "message receive failed: Is a directory");
 }
 
+TEST_F(Database, TakesNoNameWithAZeroByte) {
+  const std::string name("a\0b", 3);
+  const std::string text = "the path '" + d_folder + "/a' goes on behind a zero byte";
+  DBZydata db(d_folder);
+  db.openem(false, "db");
+  EXPECT_ERROR(db.save(name), text);
+  EXPECT_ERROR(db.openem(true, name), text);
+  EXPECT_FALSE(std::filesystem::exists(d_folder + "/a"));
+}
+
 TEST_F(Database, DumpsIntoAFolderThatMustExist) {
   save_layers("a", {5, 6});
   DBZydata db(d_folder);

@@ -1,14 +1,13 @@
 // Files of a database in memory, and everything that can be done with one that was loaded.
 #pragma once
 
-#include <iostream>
 #include <stdexcept>
-#include <streambuf>
 #include <string>
 
 #include "facade/DBRoot.h"
 #include "facade/DBZydata.h"
 #include "tests/facade/Layout.h"
+#include "tests/format/Tree.h"
 #include "tests/support/MemoryPlatform.h"
 #include "util/Error.h"
 
@@ -32,22 +31,6 @@ void tolerate(Read read) {
     if (error.what() != std::string("invalid unordered_map<K, T> key")) throw;
   }
 }
-
-/// Takes what is printed while it lives.
-class NoOutput {
- public:
-  NoOutput() : d_standard(std::cout.rdbuf(&d_nowhere)) {}
-  ~NoOutput() { std::cout.rdbuf(d_standard); }
-  NoOutput(const NoOutput&) = delete;
-  NoOutput& operator=(const NoOutput&) = delete;
-
- private:
-  struct Nowhere : std::streambuf {
-    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
-  };
-  Nowhere d_nowhere;
-  std::streambuf* d_standard;
-};
 
 /// Reads each kind of what is open and prints everything.
 inline void read_everything(Mesh2DPlat::DBZydata& db) {

@@ -24,35 +24,35 @@ FaultyPlatform& FaultyPlatform::instance() {
 }
 
 void FaultyPlatform::reset() {
-  d_order = Order();
+  d_orders.fill(Order());
   d_faults = 0;
   d_calls.fill(0);
   d_transfers.clear();
 }
 
-void FaultyPlatform::order(const Order& order) {
-  d_order = order;
-  d_callsAtOrder = calls(order.operation);
+void FaultyPlatform::order(Operation operation, int nth, int error_number, std::size_t bytes) {
+  const int first = calls(operation) + std::max(nth, 1);
+  d_orders.at(static_cast<std::size_t>(operation)) = {first, nth == 0, error_number, bytes};
 }
 
-void FaultyPlatform::fail(Operation operation, int nth, int error_number) { order({operation, nth, error_number, 0}); }
+void FaultyPlatform::fail(Operation operation, int nth, int error_number) { order(operation, nth, error_number, 0); }
 
-void FaultyPlatform::shorten(Operation operation, int nth, std::size_t bytes) { order({operation, nth, 0, bytes}); }
+void FaultyPlatform::shorten(Operation operation, int nth, std::size_t bytes) { order(operation, nth, 0, bytes); }
 
 int FaultyPlatform::calls(Operation operation) const { return d_calls.at(static_cast<std::size_t>(operation)); }
 
-/// Counts a call and tells whether the order is for it.
+/// Counts a call and tells whether an order is for it.
 bool FaultyPlatform::strikes(Operation operation) {
-  ++d_calls.at(static_cast<std::size_t>(operation));
-  if (operation != d_order.operation) return false;
-  if (d_order.nth != 0 && calls(operation) - d_callsAtOrder != d_order.nth) return false;
+  const int call = ++d_calls.at(static_cast<std::size_t>(operation));
+  const Order& order = order_for(operation);
+  if (order.first == 0 || call < order.first || (call > order.first && !order.everyCall)) return false;
   ++d_faults;
   return true;
 }
 
 bool FaultyPlatform::fails(Operation operation) {
   if (!strikes(operation)) return false;
-  errno = d_order.errorNumber;
+  errno = order_for(operation).errorNumber;
   return true;
 }
 
@@ -63,8 +63,9 @@ std::int64_t FaultyPlatform::transfer(Operation operation, const Util::IoBuffer*
   for (std::size_t i = 0; i < count; ++i) bytes += buffers[i].size;
   d_transfers.push_back({operation, count, bytes});
   if (!strikes(operation)) return call(buffers);
-  if (d_order.errorNumber == 0) return call(cut(buffers, count, d_order.bytes).data());
-  errno = d_order.errorNumber;
+  const Order& order = order_for(operation);
+  if (order.errorNumber == 0) return call(cut(buffers, count, order.bytes).data());
+  errno = order.errorNumber;
   return -1;
 }
 
@@ -117,13 +118,47 @@ int FaultyPlatform::wait_readable(int fd, int timeout_ms) {
 
 bool FaultyPlatform::exists(const std::string& path, std::error_code& error) {
   if (!fails(Operation::exists)) return Platform::exists(path, error);
-  error.assign(d_order.errorNumber, std::generic_category());
+  error.assign(errno, std::generic_category());
   return false;
 }
 
 void FaultyPlatform::create_directory(const std::string& path, std::error_code& error) {
   if (!fails(Operation::createDirectory)) return Platform::create_directory(path, error);
-  error.assign(d_order.errorNumber, std::generic_category());
+  error.assign(errno, std::generic_category());
+}
+
+int FaultyPlatform::open_or_create(const char* path, unsigned permissions) {
+  return fails(Operation::openOrCreate) ? -1 : Platform::open_or_create(path, permissions);
+}
+
+int FaultyPlatform::open_existing(const char* path) {
+  return fails(Operation::openExisting) ? -1 : Platform::open_existing(path);
+}
+
+int FaultyPlatform::open_regular(const char* path, bool follow_link) {
+  return fails(Operation::openRegular) ? -1 : Platform::open_regular(path, follow_link);
+}
+
+int FaultyPlatform::open_unnamed(const std::string& folder) {
+  return fails(Operation::openUnnamed) ? -1 : Platform::open_unnamed(folder);
+}
+
+std::int64_t FaultyPlatform::file_size(int fd) { return fails(Operation::fileSize) ? -1 : Platform::file_size(fd); }
+
+int FaultyPlatform::set_file_size(int fd, std::uint64_t size) {
+  return fails(Operation::setFileSize) ? -1 : Platform::set_file_size(fd, size);
+}
+
+int FaultyPlatform::reserve_blocks(int fd, std::uint64_t size) {
+  return fails(Operation::reserveBlocks) ? -1 : Platform::reserve_blocks(fd, size);
+}
+
+void* FaultyPlatform::map(void* hint, std::size_t length, int protection, int flags, int fd, std::uint64_t offset) {
+  return fails(Operation::map) ? Util::kMapFailed : Platform::map(hint, length, protection, flags, fd, offset);
+}
+
+int FaultyPlatform::unmap(void* address, std::size_t length) {
+  return fails(Operation::unmap) ? -1 : Platform::unmap(address, length);
 }
 
 }  // namespace TestSupport

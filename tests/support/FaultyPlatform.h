@@ -29,6 +29,15 @@ enum class Operation {
   waitReadable,
   exists,
   createDirectory,
+  openOrCreate,
+  openExisting,
+  openRegular,
+  openUnnamed,
+  fileSize,
+  setFileSize,
+  reserveBlocks,
+  map,
+  unmap,
   count  // no operation
 };
 
@@ -49,7 +58,7 @@ class FaultyPlatform final : public Util::Platform {
   /// Takes all orders back, sets all counters to 0 and forgets the transfers.
   void reset();
   /// The `nth` call from now on (1: the next; 0: every one) fails with `error_number`. A failing close closes all the
-  /// same.
+  /// same. A new order replaces an earlier one for the same operation.
   void fail(Operation operation, int nth, int error_number);
   /// The `nth` call from now on moves at most `bytes` bytes and reports success.
   void shorten(Operation operation, int nth, std::size_t bytes);
@@ -70,25 +79,36 @@ class FaultyPlatform final : public Util::Platform {
   int wait_readable(int fd, int timeout_ms) override;
   bool exists(const std::string& path, std::error_code& error) override;
   void create_directory(const std::string& path, std::error_code& error) override;
+  int open_or_create(const char* path, unsigned permissions) override;
+  int open_existing(const char* path) override;
+  int open_regular(const char* path, bool follow_link) override;
+  int open_unnamed(const std::string& folder) override;
+  std::int64_t file_size(int fd) override;
+  int set_file_size(int fd, std::uint64_t size) override;
+  int reserve_blocks(int fd, std::uint64_t size) override;
+  void* map(void* hint, std::size_t length, int protection, int flags, int fd, std::uint64_t offset) override;
+  int unmap(void* address, std::size_t length) override;
 
  private:
+  static constexpr auto kOperations = static_cast<std::size_t>(Operation::count);
+
   struct Order {
-    Operation operation = Operation::count;  // no order
-    int nth = 0;                             // 0: every call
-    int errorNumber = 0;                     // 0: a short transfer instead
-    std::size_t bytes = 0;                   // that a short transfer moves
+    int first = 0;           // number of the call that it is for; 0: no order
+    bool everyCall = false;  // from that one on
+    int errorNumber = 0;     // 0: a short transfer instead
+    std::size_t bytes = 0;   // that a short transfer moves
   };
 
-  void order(const Order& order);
+  void order(Operation operation, int nth, int error_number, std::size_t bytes);
+  const Order& order_for(Operation operation) const { return d_orders.at(static_cast<std::size_t>(operation)); }
   bool strikes(Operation operation);
   bool fails(Operation operation);
   template <class Call>
   std::int64_t transfer(Operation operation, const Util::IoBuffer* buffers, std::size_t count, Call call);
 
-  Order d_order;
-  int d_callsAtOrder = 0;  // of the ordered operation
-  int d_faults = 0;        // calls that an order has changed
-  std::array<int, static_cast<std::size_t>(Operation::count)> d_calls{};
+  std::array<Order, kOperations> d_orders{};
+  int d_faults = 0;  // calls that an order has changed
+  std::array<int, kOperations> d_calls{};
   std::vector<Transfer> d_transfers;
 };
 

@@ -15,7 +15,7 @@ int MemoryPlatform::open(std::string& bytes) {
   auto free = std::find_if(d_open.begin(), d_open.end(), [](const OpenFile& file) { return file.bytes == nullptr; });
   if (free == d_open.end()) free = d_open.insert(free, OpenFile());
   *free = {&bytes, 0};
-  return static_cast<int>(free - d_open.begin());
+  return kFirst + static_cast<int>(free - d_open.begin());
 }
 
 int MemoryPlatform::open_for_reading(const char* path) {
@@ -28,6 +28,7 @@ int MemoryPlatform::open_for_reading(const char* path) {
 int MemoryPlatform::open_for_writing(const char* path, unsigned) { return open(files[path] = ""); }
 
 int MemoryPlatform::close(int fd) {
+  if (fd < kFirst) return Platform::close(fd);
   at(fd).bytes = nullptr;
   return 0;
 }
@@ -65,6 +66,17 @@ int MemoryPlatform::control_blocking_mode(int, int) { return -1; }
 
 bool MemoryPlatform::exists(const std::string& path, std::error_code&) {
   return path.find('.') == std::string::npos || files.contains(path);
+}
+
+int MemoryPlatform::open_regular(const char* path, bool) {
+  const auto found = files.find(path);
+  if (found == files.end()) {
+    errno = ENOENT;
+    return -1;
+  }
+  const int fd = Platform::open_unnamed("");
+  if (fd >= 0) Platform::write(fd, found->second.data(), found->second.size());
+  return fd;
 }
 
 }  // namespace TestSupport

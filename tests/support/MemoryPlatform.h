@@ -1,7 +1,8 @@
 // A platform whose files are texts in memory: for tests that load thousands of files. A test program that lists
 // MemoryPlatform.cpp among its sources runs the whole library on it.
 //
-// A path exists that was written, and every path without a dot, which is taken for a folder.
+// A path exists that was written, and every path without a dot, which is taken for a folder. A file that is opened to
+// be mapped is a copy on the disk, without a name.
 #pragma once
 
 #include <cstddef>
@@ -33,17 +34,20 @@ class MemoryPlatform final : public Util::Platform {
   std::int64_t bytes_to_end(int fd) override;
   int control_blocking_mode(int fd, int value) override;
   bool exists(const std::string& path, std::error_code& error) override;
+  int open_regular(const char* path, bool follow_link) override;
 
  private:
+  static constexpr int kFirst = 1 << 20;  // descriptors below are the system's
+
   struct OpenFile {
     std::string* bytes = nullptr;  // null: closed
     std::size_t position = 0;
   };
 
   int open(std::string& bytes);
-  OpenFile& at(int fd) { return d_open[static_cast<std::size_t>(fd)]; }
+  OpenFile& at(int fd) { return d_open[static_cast<std::size_t>(fd - kFirst)]; }
 
-  std::vector<OpenFile> d_open;  // by descriptor
+  std::vector<OpenFile> d_open;  // by descriptor less kFirst
 };
 
 }  // namespace TestSupport

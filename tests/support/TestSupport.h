@@ -108,6 +108,21 @@ inline std::ptrdiff_t open_descriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
 }
 
+/// Tests in an empty folder of their own as the current one, because mapped objects name their files from there. Every
+/// descriptor that a test opens must be closed at its end.
+class InFolder : public testing::Test {
+ protected:
+  InFolder() { std::filesystem::current_path(d_folder.path()); }
+  ~InFolder() override {
+    std::filesystem::current_path(d_before);
+    EXPECT_EQ(open_descriptors(), d_descriptors);
+  }
+
+  const std::filesystem::path d_before = std::filesystem::current_path();
+  const TempDir d_folder;
+  const std::ptrdiff_t d_descriptors = open_descriptors();
+};
+
 }  // namespace TestSupport
 
 /// The statement throws exactly a Util::Error, with exactly this message.

@@ -143,6 +143,10 @@ TEST(Program, SaysInOneLineWhatIsWrong) {
   const std::string cut = folder.path("cut.kicad_pcb");
   write_file(cut, "(kicad_pcb (version 4)");
   const std::string db = folder.path("db");
+  const std::string damaged = folder.path("damaged.zydat");
+  std::string bytes = read_file(std::string(CORVANE_TEST_DATA) + "/db.zydat");
+  bytes.replace(12 + 98 * 8 + 40, 2, "\xff\xff");  // where the second node's name begins
+  write_file(damaged, bytes);
   const std::vector<std::pair<std::string, std::string>> table = {
       {"import " + cut + " " + db, cut + ":1:23: the file ends inside the list \"(kicad_pcb\" that begins at 1:1"},
       {"import " + folder.path("none.kicad_pcb") + " " + db,
@@ -150,6 +154,7 @@ TEST(Program, SaysInOneLineWhatIsWrong) {
       {"import " + kOwnBoard + " " + cut, cut + ": not a directory"},
       {"import " + kOwnBoard + " " + db + " --panel 0x3", "--panel 0x3: wants two counts from 1 to 1000, such as 6x4"},
       {"import " + kOwnBoard + " " + db + " --panel 3", "--panel 3: wants two counts from 1 to 1000, such as 6x4"},
+      {"info " + damaged, "file '" + damaged + "': schema node 1 names a text at byte 65535 of a pool of 900 bytes"},
       {"import " + kOwnBoard, "DIR is required (see corvane --help)"},
       {"", "A subcommand is required (see corvane --help)"}};
   for (const auto& [arguments, message] : table) {

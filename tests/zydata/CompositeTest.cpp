@@ -112,8 +112,20 @@ TEST(Frame, ViewsShareTheRowsAndDoNotGrow) {
   const auto copy = tree.table->copy(8, 5)->get<Frame<Row>>();
   copy->append(Row());
   expect_rows(*copy, 3);
+  copy->add_field("own", make_schema<int>("own", 0x1001));  // the copy's alone
+  EXPECT_EQ(tree.table->find_path_or_null("own"), nullptr);
+  copy->clear_hierarchy();  // adding has linked it to itself
+  tree.table->append_rows({});
   expect_rows(*tree.table, 10);
   EXPECT_EQ(ids_of(loaded(stored(slice))), (Ids{2, 3, 4}));
+}
+
+TEST(Frame, UnequalColumnsTakeNoRow) {
+  TableTree tree(2);
+  const double one[] = {1};
+  tree.table->find_path("z")->set_value(GenericValue(one, 1));
+  EXPECT_ERROR(tree.append(2), "column \"z\" of table \"rows\" has 1 rows, the table 2");
+  EXPECT_EQ(tree.table->find_path("id")->size(), 2u);
 }
 
 TEST(Frame, TableMadeOfViewsLosesNothingWhenItRefusesARow) {
@@ -313,6 +325,8 @@ TEST(Composite, FieldsAreSetByNameWithTheirOwnType) {
   EXPECT_ERROR(tree.table->set_field("name", std::vector<std::string>{}), unfit(0));
   EXPECT_ERROR(tree.table->set_field("z", Ids{0, 1, 2, 3}, GenericValue(links, 3)),
                "Only VarArray type can set field with two vectors!");
+  EXPECT_ERROR(tree.root->set_field("rows/id", GenericValue(links, 3)),
+               "'rows/id' is not a field of object \"" + tree.root->schema()->name() + "\" itself");
   EXPECT_ERROR(tree.root->set_field("rows", plain_table({"id"}, 0)->slice(0, 0)),
                "the data object given for field 'rows' is of another type");
   EXPECT_EQ(stored(tree.root), before);
@@ -324,6 +338,8 @@ TEST(Composite, IsNotStoredWhenItsSchemaWasChangedBehindItsBack) {
   const auto second = std::make_shared<Record<UntypedClass>>(schema);
   first->add_field("x", make_schema<int>("x", 0));
   EXPECT_ERROR(stored(second), "object \"shared\" has 0 fields, its schema describes 1");
+  EXPECT_EQ(second->find_path_or_null("x"), nullptr);
+  EXPECT_ERROR(second->select(Ids{0}), "The field id is out-of-bounds");
   EXPECT_NO_THROW(stored(first));
   schema->clear_fields();
   schema->add_field(make_schema<double>("x", 0));

@@ -99,7 +99,7 @@ TEST(DataObjDefaults, TheOthersWorkFromSizeAndSchema) {
   FrameList frames;
   leaf->vectorize(frames, leaf);
   EXPECT_EQ(frames, FrameList{leaf});
-  leaf->refresh(), leaf->finish(), leaf->reserved_35(), leaf->reserved_38(), leaf->on_attached(leaf);
+  leaf->refresh(), leaf->finish(), leaf->reset(), leaf->reserved_38(), leaf->on_attached(leaf);
 
   leaf->build_traverse_hierarchy(leaf, leaf);
   EXPECT_EQ(leaf->parent(), leaf);

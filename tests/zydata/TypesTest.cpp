@@ -82,6 +82,15 @@ TEST(GenericValue, PrintsAsNothingOneOrARun) {
   for (const auto& [value, text] : cases) EXPECT_EQ(printed(value), text);
 }
 
+TEST(GenericValue, TextsAreCopiedWhole) {
+  std::string text = "a text that is longer than a short string";
+  const GenericValue copy(text.c_str());
+  const GenericValue whole(std::string("a\0b", 3));
+  text.assign(text.size(), 'x');
+  EXPECT_EQ(copy.text(), "a text that is longer than a short string");
+  EXPECT_EQ(GenericValue(whole).text(), std::string_view("a\0b", 3));
+}
+
 TEST(GenericValue, CopiesUnlessToldNotTo) {
   std::vector<double> values = {1, 2};
   const GenericValue copy(values.data(), 2);
@@ -233,6 +242,7 @@ TEST(FactoryVectorForm, IsRefusedWhereThereIsNone) {
                "can't vectorize type 0x401 [string array]");
   EXPECT_ERROR(find_factory("int", 0)->vector_factory(0x41200, 0),
                "can't vectorize type 0x41200 [class_access defaulted dict]");
+  EXPECT_ERROR(find_factory("ZyData::UntypedClass", 0x10)->vector_factory(0, 0), "can't vectorize type 0x0 []");
   EXPECT_EQ(find_factory("const char*", 0x400)->vector_factory(0x400, 3)->kind(), 0x401u);
 }
 

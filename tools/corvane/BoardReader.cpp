@@ -85,7 +85,8 @@ std::vector<int> BoardReader::copper_layers(const Item& item) {
     const Item list = item.find(name);
     for (const Item word : list) {
       if (word.is_list()) continue;
-      d_layers.append_copper(word, places);
+      if (d_layers.append_copper(word, places))
+        d_board.skipped.add(std::string(item.word()) + " layer", "not on this board");
       if (name == "layer") break;  // what follows is no layer, such as "knockout"
     }
   }

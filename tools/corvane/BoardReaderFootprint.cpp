@@ -55,7 +55,7 @@ void BoardReader::read_footprint(const Item& item) {
   const Frame frame{point_in(item, "at"), Turn(angle_of(at))};
   Footprint footprint{reference_of(item, d_board.format), false, {}};
   if (const Item layer = item.find("layer").atom(0))
-    footprint.is_on_bottom = layer_named(item, layer) == d_layers.bottom();
+    footprint.is_on_bottom = d_layers.bottom() > 0 && layer_named(item, layer) == d_layers.bottom();
   for (const Item child : item) {
     if (!child.is_list()) continue;
     const std::string_view head = child.word();

@@ -1,22 +1,45 @@
 #include "tools/corvane/Import.h"
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <stdexcept>
-#include <string_view>
-#include <unordered_set>
+#include <utility>
 
 #include "facade/DBZydata.h"
+#include "mpsys/FileConnection.h"
 #include "tools/corvane/Board.h"
 #include "tools/corvane/DatabaseRoundTrip.h"
 #include "tools/corvane/LayoutBuilder.h"
 #include "tools/corvane/LayoutCompare.h"
 #include "tools/corvane/PendingDatabase.h"
+#include "zydata/VarArray.h"
+#include "zydata/serialize.h"
 
 namespace CorvaneTool {
 namespace {
 
 using Mesh2DPlat::DBZydata;
+
+/// The rows and values part of a report.
+void count_tables(const std::string& path, ImportReport& report) {
+  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
+  std::shared_ptr<ZyData::DataObj> root;
+  if (!ZyData::receiveDataObject(connection, root)) throw std::runtime_error("the file holds no tables");
+  for (const char* table : {"em2dlayer", "emnet", "em2dsignal", "em2dvertex", "em2dtrace", "em2dvia", "em2dpolyvia",
+                            "em2dshape", "em2dpin", "em2dcircuit"}) {
+    report.rows.emplace_back(table, root->find_path(table)->size());
+  }
+  root->find_path("simeshconfig");
+  report.rows.emplace_back("simeshconfig", 1);  // a record
+  for (const char* column : {"em2dshape/vertexs", "em2dcircuit/pin", "em2dpolyvia/coord"}) {
+    std::string name = column;
+    name[name.find('/')] = '.';
+    const auto values = static_cast<std::uint64_t>(root->get<ZyData::VarArrayBase>(column)->offsets().back());
+    report.values.emplace_back(std::move(name), values);
+  }
+  root->clear_hierarchy();
+}
 
 class Importer {
  public:
@@ -69,7 +92,7 @@ class Importer {
     if (const std::optional<std::string> difference = first_difference(layout, copy)) {
       throw std::runtime_error("what was read back differs: " + *difference);
     }
-    count_layout(copy, d_report);
+    count_tables(pending.directory() + "/" + pending.temporary_name() + ".zydat", d_report);
   }
 
   template <class Work>
@@ -86,40 +109,10 @@ class Importer {
   ImportReport d_report;
 };
 
-template <class T>
-std::uint64_t coordinate_count(const OwnedList<T>& list) {
-  std::uint64_t count = 0;
-  for (const T* item : list) count += item->coordinates().size();
-  return count;
-}
-
 }  // namespace
 
 ImportReport import_board(const ImportRequest& request, const Progress& progress) {
   return Importer(request, progress).run();
-}
-
-void count_layout(const Layout& layout, ImportReport& report) {
-  std::uint64_t pins = 0;
-  std::unordered_set<std::string_view> pin_names;
-  for (const auto* circuit : layout.circuits) {
-    pins += circuit->pins().size();
-    for (const auto& [name, vertex] : circuit->pins()) pin_names.insert(name);
-  }
-  report.rows = {{"em2dlayer", layout.layers.size()},
-                 {"emnet", layout.nets.size()},
-                 {"em2dsignal", layout.signals.size()},
-                 {"em2dvertex", layout.vertices.size()},
-                 {"em2dtrace", layout.traces.size()},
-                 {"em2dvia", layout.vias.size()},
-                 {"em2dpolyvia", layout.poly_vias.size()},
-                 {"em2dshape", layout.shapes.size()},
-                 {"em2dpin", pin_names.size()},
-                 {"em2dcircuit", layout.circuits.size()},
-                 {"simeshconfig", 1}};
-  report.values = {{"em2dshape.vertexs", coordinate_count(layout.shapes)},
-                   {"em2dcircuit.pin", pins},
-                   {"em2dpolyvia.coord", coordinate_count(layout.poly_vias)}};
 }
 
 }  // namespace CorvaneTool

@@ -23,7 +23,7 @@ struct ImportRequest {
 struct ImportReport {
   std::string database;  // path
   std::uint64_t bytes = 0;
-  // Of what was read back, in the order in which a reader needs the tables.
+  // Of what stands in the file, in the order in which a reader needs the tables.
   std::vector<std::pair<std::string, std::uint64_t>> rows;    // by table
   std::vector<std::pair<std::string, std::uint64_t>> values;  // in list columns
   SkippedItems skipped;
@@ -37,8 +37,5 @@ using Progress = std::function<void(const std::string& phase)>;
 /// object. Throws when anything fails or differs; then there is no new file, and an earlier one of that name is as it
 /// was.
 ImportReport import_board(const ImportRequest& request, const Progress& progress);
-
-/// The rows and values part of a report.
-void count_layout(const Layout& layout, ImportReport& report);
 
 }  // namespace CorvaneTool

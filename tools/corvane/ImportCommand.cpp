@@ -1,5 +1,7 @@
 #include "tools/corvane/ImportCommand.h"
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -25,10 +27,7 @@ struct ImportOptions {
 // Overwrites one line of a terminal, and leaves it empty at the end. Pipes and files get nothing.
 class ProgressLine {
  public:
-  ProgressLine() {
-    std::error_code ignored;
-    d_is_shown = std::filesystem::is_character_file("/dev/stderr", ignored);
-  }
+  ProgressLine() = default;
   ~ProgressLine() { show(""); }
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
@@ -38,7 +37,7 @@ class ProgressLine {
   }
 
  private:
-  bool d_is_shown = false;
+  bool d_is_shown = ::isatty(STDERR_FILENO) == 1;
 };
 
 // "6x4": six copies side by side in four rows.

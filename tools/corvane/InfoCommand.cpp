@@ -11,6 +11,7 @@
 
 #include "facade/DBZydata.h"
 #include "mpsys/FileConnection.h"
+#include "tools/corvane/LineText.h"
 #include "util/Error.h"
 #include "zydata/FileProbe.h"
 #include "zydata/Kind.h"
@@ -66,13 +67,22 @@ void list_tables(ZyData::DataObj& object, const std::string& path, std::vector<T
   }
 }
 
+std::shared_ptr<ZyData::DataObj> load(const std::string& path) {
+  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
+  std::shared_ptr<ZyData::DataObj> root;
+  try {
+    if (ZyData::receiveDataObject(connection, root)) return root;
+  } catch (const std::exception& error) {
+    throw Util::Error("file '" + path + "': " + error.what());
+  }
+  throw Util::Error("file '" + path + "': it holds no message");
+}
+
 FileInfo inspect(const std::string& path) {
   const Mesh2DPlat::DBZydata registers_the_types("");
   FileInfo info;
   info.probe = ZyData::probe_file(path);
-  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
-  std::shared_ptr<ZyData::DataObj> root;
-  if (!ZyData::receiveDataObject(connection, root)) throw Util::Error("file '" + path + "': it holds no message");
+  const std::shared_ptr<ZyData::DataObj> root = load(path);
   info.name = root->schema()->name();
   if ((root->schema()->kind() & (ZyData::kKindRecord | ZyData::kKindFrame)) != 0) {
     list_tables(*root, "", info.tables);
@@ -108,9 +118,9 @@ nlohmann::ordered_json to_json(const std::string& path, const FileInfo& info) {
 }
 
 void print_table(const TableInfo& table) {
-  std::cout << '\n' << (table.path.empty() ? "(top level)" : table.path) << ": ";
+  std::cout << '\n' << (table.path.empty() ? "(top level)" : printable(table.path)) << ": ";
   if (table.is_frame) std::cout << table.rows << " rows, ";
-  std::cout << table.bytes << " bytes, " << table.kind << " of " << table.type << '\n';
+  std::cout << table.bytes << " bytes, " << table.kind << " of " << printable(table.type) << '\n';
   std::size_t name_width = 0;
   std::size_t type_width = 0;
   std::size_t kind_width = 0;
@@ -120,16 +130,16 @@ void print_table(const TableInfo& table) {
     kind_width = std::max(kind_width, column.kind.size());
   }
   for (const ColumnInfo& column : table.columns) {
-    std::cout << "  " << std::left << std::setw(static_cast<int>(name_width)) << column.name << "  "
-              << std::setw(static_cast<int>(type_width)) << column.type << "  "
+    std::cout << "  " << std::left << std::setw(static_cast<int>(name_width)) << printable(column.name) << "  "
+              << std::setw(static_cast<int>(type_width)) << printable(column.type) << "  "
               << std::setw(static_cast<int>(kind_width)) << column.kind << "  " << std::right << std::setw(12)
               << column.bytes << " bytes\n";
   }
 }
 
 void print_text(const std::string& path, const FileInfo& info) {
-  std::cout << path << ": " << info.probe.file_bytes << " bytes, \"" << info.name << "\", " << info.probe.frame_count
-            << " frames, " << info.probe.node_count << " schema nodes\n";
+  std::cout << path << ": " << info.probe.file_bytes << " bytes, \"" << printable(info.name) << "\", "
+            << info.probe.frame_count << " frames, " << info.probe.node_count << " schema nodes\n";
   if (info.probe.file_bytes > info.probe.message_bytes) {
     std::cout << info.probe.file_bytes - info.probe.message_bytes << " bytes follow the message and are not read\n";
   }

@@ -232,8 +232,7 @@ class LayoutBuilder {
     for (std::size_t i = 0; i < has_tracks.size(); ++i) {
       if (!has_tracks[i]) continue;
       EM2DLayer* const layer = d_layout.layers[i];
-      d_layout.signals.make(static_cast<int>(d_layout.signals.size()), layer->name(), layer->z(),
-                            has_fills[i] ? layer : nullptr);
+      d_layout.signals.make(layer->id(), layer->name(), layer->z(), has_fills[i] ? layer : nullptr);
     }
   }
 

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "tools/corvane/BoardError.h"
+#include "tools/corvane/LineText.h"
 
 namespace CorvaneTool {
 namespace {
@@ -86,13 +87,11 @@ std::string without_escapes(std::string_view raw) {
   return result;
 }
 
-// Words of a file may hold anything; a message is one line of readable length.
+// A message is one line of readable length.
 std::string fit_for_a_line(std::string text) {
   constexpr std::size_t kLongest = 200;
   if (text.size() > kLongest) text.replace(kLongest, std::string::npos, "...");
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, '?');
-  return text;
+  return printable(std::move(text));
 }
 
 [[noreturn]] void fail_to_read(const std::string& path, int error_number) {

@@ -5,9 +5,11 @@
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "tools/corvane/ImportCommand.h"
 #include "tools/corvane/InfoCommand.h"
+#include "tools/corvane/LineText.h"
 
 namespace {
 
@@ -22,7 +24,7 @@ std::string one_line(const std::string& text) {
     at = std::min(text.find_first_not_of(" \n", at), text.size()) - 1;
     if (at + 1 < text.size()) line += ": ";
   }
-  return line;
+  return CorvaneTool::printable(std::move(line));
 }
 
 int run(int count, char** arguments) {

@@ -2,12 +2,24 @@
 #include <cstddef>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "facade/DBZydata.h"
 #include "model/EM2D.h"
+#include "mpsys/FileConnection.h"
 #include "util/Error.h"
+#include "zydata/Array.h"
+#include "zydata/ArrayImpl.h"
+#include "zydata/ClassSchema.h"
+#include "zydata/Factories.h"
+#include "zydata/Frame.h"
+#include "zydata/Record.h"
+#include "zydata/String.h"
+#include "zydata/Value.h"
+#include "zydata/serialize.h"
 
 using namespace Mesh2DPlat;
 
@@ -37,6 +49,44 @@ bool reports_a_closed_database() {
   return false;
 }
 
+enum class Colour : int { red, green };
+
+/// A row of this program's own.
+struct Part {
+  int id;
+  std::string_view name;
+  Colour colour;
+
+  static std::shared_ptr<ZyData::ClassSchema<Part>> class_schema() {
+    auto schema = std::make_shared<ZyData::ClassSchema<Part>>("parts");
+    schema->add(&Part::id, "id", 0).add(&Part::name, "name").add(&Part::colour, "colour", 0);
+    return schema;
+  }
+};
+
+// The data library alone, with types that it does not know.
+bool keeps_own_types(const std::string& directory) {
+  ZyData::register_type<Colour>();
+  ZyData::register_class_type<Part>();
+  const std::string path = directory + "/parts.zydat";
+  const auto root = ZyData::make_record("stock");
+  root->add_field("count", std::make_shared<ZyData::Value<int>>(ZyData::make_schema<int>("count", 0), 2));
+  root->add_field("parts", Part::class_schema());
+  root->get<ZyData::Frame<Part>>("parts")->append({7, "bolt", Colour::green});
+  {
+    MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::writing);
+    ZyData::sendDataObject(connection, root);
+    connection.close();
+  }
+  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
+  std::shared_ptr<ZyData::DataObj> loaded;
+  if (!ZyData::receiveDataObject(connection, loaded)) return false;
+  loaded->print(0);
+  return loaded->get<ZyData::StringArray>("parts/name")->view(0) == "bolt" &&
+         loaded->get<ZyData::Array<Colour>>("parts/colour")->span()[0] == Colour::green &&
+         loaded->get<ZyData::Value<int>>("count")->get_value() == 2;
+}
+
 int run(const std::string& directory) {
   EM2DLayer top(1, "top", 1.6);
   EM2DLayer inner(2, "inner", 0.8);
@@ -49,6 +99,7 @@ int run(const std::string& directory) {
     if (!database.save("board")) return 1;
   }
   if (!loads_back_equal(directory, layers)) return 2;
+  if (!keeps_own_types(directory)) return 4;
   return reports_a_closed_database() ? 0 : 3;
 }
 

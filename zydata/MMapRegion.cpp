@@ -1,0 +1,214 @@
+#include "zydata/MMapRegion.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "util/Error.h"
+#include "util/Platform.h"
+#include "zydata/MMapStorage.h"
+
+namespace ZyData {
+namespace {
+
+constexpr const char* kOpenFailed = "failed to open mmap file \"%s\"";
+
+/// Sums and products of claims: the largest number instead of one that does not fit.
+std::uint64_t saturated_product(std::uint64_t a, std::uint64_t b) {
+  std::uint64_t result = 0;
+  return __builtin_mul_overflow(a, b, &result) ? ~std::uint64_t{0} : result;
+}
+std::uint64_t saturated_sum(std::uint64_t a, std::uint64_t b) { return a > ~b ? ~std::uint64_t{0} : a + b; }
+
+}  // namespace
+
+const MMapRegion::Failure MMapRegion::kNoInfo{"getting file info in initialization of ", " fails!"};
+const MMapRegion::Failure MMapRegion::kNoInfoInResize{"getting file info in resize of ", " fails!"};
+const MMapRegion::Failure MMapRegion::kNoDefaultSize{"Resizing ", " to default size fails!"};
+const MMapRegion::Failure MMapRegion::kResizeFailed{"resizing ", " fails!"};
+const MMapRegion::Failure MMapRegion::kMapFailed{"Mapping file ", " to memory in initialization fails!"};
+const MMapRegion::Failure MMapRegion::kMapFailedInResize{"Mapping file ", " to memory in resize step fails!"};
+
+MMapRegion::MMapRegion(std::uint64_t unit, std::string file_name, std::uint64_t first, std::uint64_t length)
+    : d_unit(unit), d_first(first), d_length(length), d_file_name(std::move(file_name)) {}
+
+MMapRegion::MMapRegion(const MMapRegion& other, std::uint64_t unit) : MMapRegion(unit, "") {
+  d_pending = false;
+  d_unnamed = d_reaches_end = true;
+  d_length = 0;
+  if (d_file.open_unnamed(folder_of(other.d_file_name))) return;
+  const int error_number = errno;
+  throw Util::Error(error_number, kOpenFailed, "");
+}
+
+MMapRegion::~MMapRegion() = default;
+
+void MMapRegion::open() {
+  try {
+    open_file();
+    open_view();
+  } catch (...) {
+    d_file.close();
+    throw;
+  }
+  d_pending = false;
+}
+
+void MMapRegion::open_view() {
+  const std::uint64_t page = Util::platform().page_size();
+  const std::uint64_t old_bytes = d_file_bytes = query_size(kNoInfo);
+  d_begin = saturated_product(d_unit, d_first) / page * page;
+  const std::uint64_t length = prepare_file();
+  const std::uint64_t end = end_bytes(length);
+  if (end > d_file_bytes && !d_file.set_length(end, d_file_bytes)) fail(errno, kMapFailed);
+  MappedView view;
+  if (length > 0 || !d_referenced) {
+    view = map(length);
+    const int error_number = errno;
+    if (!view) d_file.restore_length(old_bytes);
+    if (!view) fail(error_number, kMapFailed);
+  }
+  d_file_bytes = std::max(end, d_file_bytes);
+  d_resized = d_file_bytes != old_bytes;
+  d_reaches_end = d_file_bytes / d_unit == d_first + length;
+  d_length = length;
+  take(std::move(view));
+}
+
+void MMapRegion::resize(std::uint64_t new_length) {
+  if (new_length < d_first) fail(EINVAL, kResizeFailed);
+  if (!d_file.set_length(saturated_product(new_length, d_unit), d_file_bytes)) fail(errno, kResizeFailed);
+  try {
+    const std::uint64_t file_bytes = query_size(kNoInfoInResize);
+    const std::uint64_t length = (file_bytes - d_first * d_unit) / d_unit;
+    MappedView view = map(length);
+    if (!view) fail(errno, kMapFailedInResize);
+    if (!d_view.unmap()) throw Util::Error(errno, "Unmapping in resize step fails");
+    take(std::move(view));
+    d_length = length;
+    d_file_bytes = file_bytes;
+    d_resized = true;
+  } catch (...) {
+    d_file.restore_length(d_file_bytes);
+    throw;
+  }
+}
+
+std::uint64_t MMapRegion::stored_length() {
+  if (d_unnamed) return d_length;
+  if (d_pending) open();
+  return d_length;
+}
+
+std::uint64_t MMapRegion::min_capacity() const { return Util::platform().page_size() / d_unit; }
+
+void* MMapRegion::reallocate(void*, std::uint64_t, std::uint64_t new_capacity, std::uint64_t) {
+  if (d_released) throw Util::Error("mmap file \"%s\" was closed by its vector", d_file_name.c_str());
+  resize(saturated_sum(d_first, new_capacity));
+  return d_data;
+}
+
+void MMapRegion::release(void*, std::uint64_t, std::uint64_t size) {
+  if (!d_file.is_open()) return;
+  take({});
+  const bool cut = keeps_length(size) || d_file.cut((d_first + size) * d_unit);
+  const int error_number = errno;
+  d_file.close();
+  d_released = true;
+  if (!cut) fail(error_number, kResizeFailed);
+}
+
+void MMapRegion::fill(void* data, std::uint64_t from, std::uint64_t to, const void* value) {
+  pattern_fill(data, d_unit, from, to, value);
+}
+
+void MMapRegion::refer_to(std::string file_name, std::uint64_t first, std::uint64_t length) {
+  d_file_name = std::move(file_name);
+  d_first = first;
+  d_length = length;
+  d_referenced = true;
+}
+
+void* MMapRegion::map_stored(std::uint64_t) { return d_data; }
+
+void MMapRegion::unmap_stored() noexcept {
+  take({});
+  d_file.close();
+  d_pending = true;
+}
+
+void MMapRegion::cut_to(std::uint64_t size) {
+  const std::uint64_t bytes = (d_first + size) * d_unit;
+  if (!d_file.cut(bytes)) fail(errno, kResizeFailed);
+  d_file_bytes = bytes;
+  d_length = size;
+  d_resized = true;
+}
+
+// A file that can't be opened is reported by the query of its size; one that data from outside have named, here.
+void MMapRegion::open_file() {
+  if (!d_referenced) {
+    d_file.open(d_file_name);
+    return;
+  }
+  check_referenced_name(d_file_name);
+  if (d_file.open_referenced(d_file_name, foreign_mapped_files_allowed())) return;
+  const int error_number = errno;
+  throw Util::Error(error_number, kOpenFailed, d_file_name.c_str());
+}
+
+std::uint64_t MMapRegion::query_size(const Failure& failure) const {
+  const std::int64_t bytes = d_file.size();
+  if (bytes < 0) fail(errno, failure);
+  return static_cast<std::uint64_t>(bytes);
+}
+
+/// The elements to map. An empty file gets its first bytes.
+std::uint64_t MMapRegion::prepare_file() {
+  if (d_referenced) {
+    check_holds_reference();
+    return d_length;
+  }
+  if (d_file_bytes > 0) {
+    check_begin();
+    return d_length == kWholeFile ? (d_file_bytes - d_unit * d_first) / d_unit : d_length;
+  }
+  const std::uint64_t length = d_length == kWholeFile ? 1 : d_length;
+  const std::uint64_t bytes = saturated_product(d_unit, length);
+  if (!d_file.set_length(bytes, 0)) fail(errno, kNoDefaultSize);
+  d_file_bytes = bytes;
+  return length;
+}
+
+void MMapRegion::check_begin() const {
+  const bool unknown_end_before_begin = d_length == kWholeFile && saturated_product(d_unit, d_first) > d_file_bytes;
+  if (d_file_bytes > d_begin && !unknown_end_before_begin) return;
+  throw Util::Error("File %s size is less than the offset!", d_file_name.c_str());
+}
+
+void MMapRegion::check_holds_reference() const {
+  if (end_bytes(d_length) <= d_file_bytes) return;
+  throw Util::Error("mapped file \"%s\" holds %lu elements, the data that refer to it have %lu", d_file_name.c_str(),
+                    static_cast<unsigned long>(d_file_bytes / d_unit),
+                    static_cast<unsigned long>(saturated_sum(d_first, d_length)));
+}
+
+/// Where `length` elements from the first one end in the file.
+std::uint64_t MMapRegion::end_bytes(std::uint64_t length) const {
+  return saturated_product(saturated_sum(d_first, length), d_unit);
+}
+
+/// Empty, with errno, when it failed.
+MappedView MMapRegion::map(std::uint64_t length) const {
+  return MappedView(d_file.fd(), d_begin, end_bytes(length) - d_begin);
+}
+
+void MMapRegion::take(MappedView view) {
+  d_view = std::move(view);
+  d_data = d_view ? d_view.address_of(d_unit * d_first) : nullptr;
+}
+
+void MMapRegion::fail(int error_number, const Failure& failure) const {
+  throw Util::Error(error_number, "%s%s%s", failure.before_name, d_file_name.c_str(), failure.after_name);
+}
+
+}  // namespace ZyData

@@ -4,8 +4,6 @@
 #include <utility>
 
 #include "util/Error.h"
-#include "zydata/DataFactory.h"
-#include "zydata/Kind.h"
 #include "zydata/TypeRegistry.h"
 
 namespace Mesh2DPlat {
@@ -23,27 +21,9 @@ void make_table(std::unique_ptr<T>& slot, ZyData::Schema* top) {
   if (top != nullptr) slot->define(*top);
 }
 
-/// Null when there is none.
-const ZyData::Schema* find_field_in_file(const ZyData::Schema& schema) {
-  if ((schema.kind() & ZyData::kKindInFile) != 0) return &schema;
-  for (const auto& field : schema.fields()) {
-    if (const ZyData::Schema* found = find_field_in_file(*field)) return found;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 DBRoot* currentRoot = nullptr;
-
-void refuse_fields_in_files(ZyData::DataObj& loaded) {
-  const ZyData::Schema* field = find_field_in_file(*loaded.schema());
-  if (field == nullptr) return;
-  const Util::Error error("field \"%s\" of kind 0x%x [%s] keeps its elements in another file: no database can have it",
-                          field->name().c_str(), field->kind(), ZyData::kind_to_string(field->kind()).c_str());
-  loaded.clear_hierarchy();  // linked trees keep themselves alive
-  throw error;
-}
 
 void replace_root(const std::string& name) { currentRoot = &kept_roots().emplace_back(name); }
 
@@ -69,15 +49,13 @@ void DBRoot::start(const std::string& name) {
   DBRoot fresh("");
   fresh.schema = ZyData::make_record_schema(name);
   fresh.make_tables(fresh.schema.get());
-  fresh.tree = fresh.schema->factory()->create_from(fresh.schema);
-  fresh.tree->build_traverse_hierarchy(fresh.tree, fresh.tree);
-  fresh.tree->on_attached(fresh.tree);
+  fresh.tree = make_tree(fresh.schema).release();
   replace_by(fresh);
 }
 
-void DBRoot::take(std::shared_ptr<ZyData::DataObj> loaded) {
+void DBRoot::take(OwnedTree loaded) {
   DBRoot fresh("");
-  fresh.tree = std::move(loaded);
+  fresh.tree = loaded.release();
   if (fresh.tree != nullptr) {
     fresh.schema = fresh.tree->schema();
     fresh.make_tables(nullptr);

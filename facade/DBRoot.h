@@ -5,6 +5,7 @@
 #include <string>
 
 #include "facade/ConfigTable.h"
+#include "facade/DatabaseFile.h"
 #include "facade/LayoutTables.h"
 #include "zydata/Schema.h"
 #include "zydata/data.h"
@@ -36,7 +37,7 @@ struct DBRoot {
   /// Starts an empty database whose top-level schema has this name.
   void start(const std::string& name);
   /// Takes over a loaded tree. An empty one leaves nothing open: no tree, no schema, no tables.
-  void take(std::shared_ptr<ZyData::DataObj> loaded);
+  void take(OwnedTree loaded);
   /// The tree. Throws Util::Error while nothing is open.
   const std::shared_ptr<ZyData::DataObj>& open_tree() const;
 
@@ -47,11 +48,6 @@ struct DBRoot {
   /// Lets go of tree and schema.
   void unlink();
 };
-
-/// Throws Util::Error when a loaded tree has a field whose elements lie in files of their own, and takes the tree
-/// apart: a database is one file, and what it names may not be opened. Such fields open nothing before their first use,
-/// so no file was opened yet.
-void refuse_fields_in_files(ZyData::DataObj& loaded);
 
 /// The root that every database works on; null before the first one is constructed.
 extern DBRoot* currentRoot;

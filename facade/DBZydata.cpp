@@ -1,48 +1,16 @@
 #include "facade/DBZydata.h"
 
-#include <filesystem>
 #include <memory>
-#include <system_error>
 
 #include "facade/DBRoot.h"
+#include "facade/DatabaseFile.h"
 #include "facade/LayoutProxies.h"
 #include "facade/MeshProxies.h"
-#include "mpsys/FileConnection.h"
 #include "util/Assert.h"
-#include "util/Error.h"
-#include "util/Platform.h"
 #include "zydata/serialize.h"
 
 namespace Mesh2DPlat {
 namespace {
-
-/// The system would take a name up to its zero byte, which is another file.
-void check_path(const std::string& path) {
-  if (path.find('\0') == std::string::npos) return;
-  throw Util::Error("the path '%s' goes on behind a zero byte", path.c_str());
-}
-
-bool exists(const std::string& path) {
-  check_path(path);
-  std::error_code error;
-  const bool result = Util::platform().exists(path, error);
-  if (error) throw std::filesystem::filesystem_error("exists", path, error);
-  return result;
-}
-
-void create_directory_if_absent(const std::string& path) {
-  if (exists(path)) return;
-  std::error_code error;
-  Util::platform().create_directory(path, error);
-  if (error) throw std::filesystem::filesystem_error("create_directory", path, error);
-}
-
-void write_file(const std::string& path, const MPSys::Message& message) {
-  check_path(path);
-  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::writing);
-  connection.send(message, 0);
-  connection.close();
-}
 
 // The tree comes first: while nothing is open there are no tables either.
 template <class Entity, class Objects>
@@ -139,10 +107,7 @@ bool DBZydata::openem(bool load, const std::string& name) {
   }
   const std::string path = directory + "/" + name + ".zydat";
   if (!exists(path)) return false;
-  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
-  std::shared_ptr<ZyData::DataObj> loaded;
-  if (ZyData::receiveDataObject(connection, loaded)) refuse_fields_in_files(*loaded);
-  currentRoot->take(std::move(loaded));  // nothing received: nothing is open
+  currentRoot->take(read_file(path));  // nothing received: nothing is open
   return true;
 }
 

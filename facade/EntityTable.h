@@ -44,6 +44,14 @@ void write_rows(ZyData::DataObj& tree, const std::vector<Object*>& objects, RowO
   rows.done();
 }
 
+/// Appends one row per element of a list, in order, to `table`. When anything throws, the table is as it was.
+template <class P, class List, class RowOf>
+void write_list(ZyData::DataObj& tree, const List& list, RowOf&& row_of, const char* table = P::kTable) {
+  RowWriter<P> rows(tree, list.size(), table);
+  for (const auto& element : list) rows.append(row_of(element));
+  rows.done();
+}
+
 /// Appends one new object per row; `make` builds it and may throw: objects appended before stay.
 template <class P, class Object, class Make>
 void read_rows(ZyData::DataObj& tree, std::vector<Object*>& objects, Make&& make) {

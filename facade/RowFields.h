@@ -116,8 +116,8 @@ template <class P>
 class RowWriter {
  public:
   /// Exactly `count` rows will come. Throws Util::Error when the table or a column is missing or of another type.
-  RowWriter(ZyData::DataObj& tree, std::uint64_t count)
-      : RowWriter(tree.get<ZyData::Frame<P>>(P::kTable), count, P::fields()) {}
+  RowWriter(ZyData::DataObj& tree, std::uint64_t count, const char* table = P::kTable)
+      : RowWriter(tree.get<ZyData::Frame<P>>(table), count, P::fields()) {}
 
   void append(const P& row) { append(row, std::make_index_sequence<std::tuple_size_v<Fields>>()); }
   void done() {
@@ -178,7 +178,8 @@ template <class P>
 class RowReader {
  public:
   /// Looks the table and all its columns up in `tree`. Throws Util::Error when one is missing or of another type.
-  explicit RowReader(ZyData::DataObj& tree) : RowReader(*tree.get<ZyData::Frame<P>>(P::kTable), P::fields()) {}
+  explicit RowReader(ZyData::DataObj& tree, const char* table = P::kTable)
+      : RowReader(*tree.get<ZyData::Frame<P>>(table), P::fields()) {}
 
   std::uint64_t size() const { return d_size; }
 

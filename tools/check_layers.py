@@ -31,7 +31,7 @@ LAYERS = [
      "serialize FileProbe"),
     ("facade", "facade",
      "DBInterface DBZydata DBRoot EntityTable LayoutProxies LayoutTables ConfigTable MeshProxies MeshRecord "
-     "ModelAccess RowFields Lookup PinTable MeshOperations"),
+     "DatabaseFile ModelAccess RowFields Lookup PinTable MeshOperations"),
 ]
 ORDER = [layer for _, layer, _ in LAYERS]
 STEMS = {(folder, stem): layer for folder, layer, stems in LAYERS for stem in stems.split()}

@@ -264,8 +264,7 @@ void open_changed(const std::string& folder, DBZydata& db, const std::string& ta
   } else {
     change(*found);
   }
-  currentRoot->take(top->factory()->create_from(top));
-  currentRoot->tree->build_traverse_hierarchy(currentRoot->tree, currentRoot->tree);
+  currentRoot->take(make_tree(top));
   db.write(folder);
   std::filesystem::rename(folder + "/final_mesh.dat", folder + "/changed.zydat");
   ASSERT_TRUE(db.openem(true, "changed"));

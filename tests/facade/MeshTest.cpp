@@ -1,0 +1,248 @@
+// Meshes: written to a file of their own, read back element by element.
+#include <climits>
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "facade/DBRoot.h"
+#include "model/MeshReadInterface.h"
+#include "model/SImesh2D.h"
+#include "mpsys/FileConnection.h"
+#include "tests/facade/Layout.h"
+#include "tests/support/TestSupport.h"
+#include "zydata/serialize.h"
+
+namespace Mesh2DPlat {
+namespace {
+
+using TestSupport::Layout;
+using TestSupport::read_file;
+using ViaMaps = std::vector<std::map<EM2DVia*, int>>;
+
+/// Elements of every kind, with empty and long lists, empty names, references to nothing and to what is not there.
+SImesh2D make_mesh() {
+  const double tiny = std::numeric_limits<double>::denorm_min();
+  SImesh2D mesh;
+  mesh.addLayer({-1, "F.Cu"});
+  mesh.addLayer({-1, ""});
+  mesh.addMetal({-1, 3, "GND", {0, 1, -1}});
+  mesh.addMetal({-1, 4, "", {}});
+  mesh.addMedium({-1, 3, 0, -1, {2, 1, 0}});
+  mesh.addMAShape({-1, 7, 1, 0.25, -0.0, {1}, {}});
+  mesh.addSpecialVoid({-1, 0, 3, "VCC", {0, tiny, 1e300, -1}});
+  mesh.addEMVertex({-1, "U1.3", 1.5, -2.5, 0, 1, "GND", "", "F.Cu"});
+  for (int i = 0; i < 3; ++i)
+    mesh.addNode({-1, 0.5 * i, -i * tiny, 3, std::vector<int>(static_cast<std::size_t>(i), i), {}});
+  for (int i = 0; i < 3; ++i) mesh.addEdge({-1, 0, 3, i, (i + 1) % 3, 0, -1, {i, INT_MAX}});
+  mesh.addFace({-1, 0, 3, 0, {0, 1, 2}, {2, 1, 0}});
+  mesh.addFace({-1, 1, 4, -1, {}, {}});
+  mesh.addPolygon({-1, -1, 0, 1, 0, 3, "GND", {0, 1, 2}, {0, 1, 2}});
+  mesh.nodes[1].id = 77;  // ids are the program's: they are neither changed nor looked up
+  mesh.edges[2].startNode = INT_MIN;
+  mesh.addVia("via \"a\"", 5, 1, 2, 3, 0.5, 0.25);
+  mesh.addVia("", -5, 1, 2, 3, 0, 0);
+  mesh.addVia("via \"a\"", 5, 9, 9, 9, 9, 9);  // the same plane and name again
+  return mesh;
+}
+
+class Mesh : public testing::Test {
+ protected:
+  Mesh() {
+    fill(d_layout);
+    d_maps.resize(3);
+    d_maps[0] = {{d_layout.vias[0], 4}, {d_layout.vias[1], -1}};
+    d_maps[2] = {{d_layout.vias[1], 0}};
+  }
+
+  std::string file() const { return d_dir.path("corvane2d.zydat"); }
+  Table<std::string, EM2DVia> vias_by_name() const { return d_layout.vias.by(&EM2DVia::name); }
+  bool read(SImesh2D& mesh, ViaTable& vias, std::vector<EM2DShape*>* shapes, ViaMaps* maps) {
+    return d_db.read(&mesh, vias, d_layout.layers.by(&EM2DLayer::id), d_layout.nets.by(&EM2DNet::id), vias_by_name(),
+                     shapes, maps);
+  }
+
+  TestSupport::TempDir d_dir;
+  DBZydata d_db{d_dir.path()};
+  Layout d_layout;
+  ViaMaps d_maps;
+};
+
+TEST_F(Mesh, ComesBackElementByElement) {
+  SImesh2D mesh = make_mesh();
+  EXPECT_TRUE(d_db.write(&mesh, d_maps, d_layout.shapes));
+  EXPECT_EQ(currentRoot->tree, nullptr);
+  SImesh2D read_back = make_mesh();
+  read_back.addNegPolygon({});
+  ViaTable vias{{1, {{"gone", read_back.vias()[0].get()}}}};
+  Layout layout;
+  ViaMaps maps;
+  EXPECT_TRUE(read(read_back, vias, &layout.shapes, &maps));
+  mesh.viaMeshes = {{"", {-1, -1, 0}}, {"via", {4, -1, -1}}};  // by name
+  EXPECT_TRUE(read_back == mesh);
+  EXPECT_EQ(vias.size(), 2u);
+  EXPECT_EQ(vias.at(5).at("via \"a\""), read_back.vias()[2].get());
+  EXPECT_EQ(vias.at(-5).at(""), read_back.vias()[1].get());
+  EXPECT_EQ(maps, (ViaMaps{{{d_layout.vias[0], 4}}, {}, {{d_layout.vias[1], 0}}}));
+  ASSERT_EQ(layout.shapes.size(), d_layout.shapes.size());
+  for (std::size_t i = 0; i < layout.shapes.size(); ++i) {
+    EXPECT_EQ(layout.shapes[i]->layer(), d_layout.shapes[i]->layer());
+    EXPECT_EQ(layout.shapes[i]->coordinates().size(), d_layout.shapes[i]->coordinates().size());
+  }
+}
+
+TEST_F(Mesh, FileHasItsTablesInOrder) {
+  SImesh2D mesh;
+  std::string names =
+      "meshlayer meshmetal meshmedium mashape specialvoid viamesh meshvia emmeshvertex em2dshape "
+      "meshnode meshedge meshface meshpolygon ";
+  const auto expect_tables = [&] {
+    MPSys::FileConnection connection(file().c_str(), MPSys::FileMode::reading);
+    std::shared_ptr<ZyData::DataObj> record;
+    ASSERT_TRUE(ZyData::receiveDataObject(connection, record));
+    EXPECT_EQ(record->schema()->name(), "mesh2d");
+    std::string found;
+    for (const auto& field : record->schema()->fields()) found += field->name() + ' ';
+    EXPECT_EQ(found, names);
+    record->clear_hierarchy();
+  };
+  std::filesystem::remove(d_dir.path());
+  EXPECT_TRUE(d_db.write(&mesh, {}));  // creates the directory
+  expect_tables();
+  EXPECT_TRUE(d_db.writeNegPolyMesh(&mesh));
+  expect_tables();
+  mesh.addNegPolygon({});
+  EXPECT_TRUE(d_db.write(&mesh, {}));
+  expect_tables();
+  EXPECT_TRUE(d_db.writeNegPolyMesh(&mesh));
+  names += "negpolymesh ";
+  expect_tables();
+}
+
+TEST_F(Mesh, FilesAreTheSameWhereverTheViasLie) {
+  std::vector<EM2DVia> vias;
+  for (const char* name : {"b", "a", "b", "c"}) vias.emplace_back(name, nullptr, nullptr, nullptr, 1.0);
+  const auto written = [&](std::vector<std::size_t> order) {
+    ViaMaps maps(2);
+    for (std::size_t i = 0; i < order.size(); ++i) maps[i % 2][&vias[order[i]]] = static_cast<int>(i);
+    SImesh2D mesh = make_mesh();
+    d_db.write(&mesh, maps);
+    return read_file(file());
+  };
+  const std::string once = written({0, 1, 2, 3});
+  std::swap(vias[0], vias[2]);  // the same names and numbers at other addresses
+  std::swap(vias[1], vias[3]);
+  EXPECT_TRUE(written({2, 3, 0, 1}) == once);
+}
+
+/// Writes down what it is told.
+class Listener : public MeshReadInterface {
+ public:
+  explicit Listener(Layout& layout) : d_layout(layout) {}
+
+  EM2DLayer* layer(int id) override { return id == 1 ? nullptr : d_layout.layers[0]; }
+  EM2DNet* net(int) override { return d_layout.nets[0]; }
+  bool wantsShapes() const override { return true; }
+  void shapeRead(std::unique_ptr<EM2DShape> shape) override {
+    heard.push_back(shape->name());
+    if (heard.size() == fails_at) throw std::runtime_error("enough");
+  }
+  void negPolygonRead(SImesh2D& mesh, std::size_t position) override {
+    EXPECT_EQ(mesh.negPolygons.size(), position + 1);
+    heard.push_back("hole " + mesh.negPolygons.back().net);
+    if (heard.size() == fails_at) throw std::runtime_error("enough");
+  }
+
+  std::vector<std::string> heard;
+  std::size_t fails_at = 0;  // 0: never
+
+ private:
+  Layout& d_layout;
+};
+
+TEST_F(Mesh, NegativePolygonsComeBackOneByOne) {
+  SImesh2D mesh = make_mesh();
+  mesh.viaMeshes = {{"z", {}}, {"a", {3, -1}}};
+  for (const char* net : {"one", "two"}) mesh.addNegPolygon({-1, 1, -1, -1, 0, 3, net, {2, 1}, {0}});
+  EXPECT_TRUE(d_db.writeNegPolyMesh(&mesh));
+  SImesh2D read_back;
+  EXPECT_TRUE(d_db.readNegPolyMesh(&read_back, nullptr));
+  EXPECT_TRUE(read_back == mesh);
+  Listener listener(d_layout);
+  EXPECT_TRUE(d_db.readNegPolyMesh(&read_back, &listener));
+  EXPECT_TRUE(read_back == mesh);
+  EXPECT_EQ(listener.heard, (std::vector<std::string>{"hole one", "hole two"}));
+  listener.fails_at = 4;
+  read_back.addLayer({-1, "own"});
+  EXPECT_THROW(d_db.readNegPolyMesh(&read_back, &listener), std::runtime_error);
+  EXPECT_EQ(read_back.layers.size(), mesh.layers.size() + 1);
+  ViaTable vias;
+  EXPECT_TRUE(d_db.read(&read_back, vias));  // a plain read leaves them out
+  EXPECT_TRUE(read_back.negPolygons.empty());
+  EXPECT_EQ(read_back.viaMeshes, mesh.viaMeshes);
+}
+
+TEST_F(Mesh, ShapesGoToTheReader) {
+  SImesh2D mesh = make_mesh();
+  d_db.write(&mesh, {}, d_layout.shapes);
+  Listener listener(d_layout);
+  EXPECT_TRUE(d_db.readNegPolyMesh(&mesh, &listener));
+  std::vector<std::string> names;
+  for (const EM2DShape* shape : d_layout.shapes) names.push_back(shape->name());
+  EXPECT_EQ(listener.heard, names);
+}
+
+TEST_F(Mesh, FailedReadChangesNothing) {
+  SImesh2D mesh = make_mesh();
+  const auto expect_unchanged = [&](const std::function<void(SImesh2D&, ViaTable&, ViaMaps&)>& action) {
+    SImesh2D kept = make_mesh();
+    kept.addNegPolygon({});
+    ViaTable vias{{1, {{"kept", kept.vias()[0].get()}}}};
+    ViaMaps maps(7);
+    action(kept, vias, maps);
+    mesh.negPolygons = kept.negPolygons;
+    EXPECT_TRUE(kept == mesh);
+    EXPECT_EQ(vias.at(1).at("kept"), kept.vias()[0].get());
+    EXPECT_EQ(maps.size(), 7u);
+  };
+  std::vector<EM2DShape*> shapes;
+  expect_unchanged([&](SImesh2D& kept, ViaTable& vias, ViaMaps& maps) {
+    EXPECT_FALSE(read(kept, vias, &shapes, &maps));
+    EXPECT_FALSE(d_db.readNegPolyMesh(&kept, nullptr));
+  });
+  d_db.write(&mesh, d_maps, d_layout.shapes);
+  const std::string good = read_file(file());
+  expect_unchanged([&](SImesh2D& kept, ViaTable& vias, ViaMaps& maps) {
+    const auto missing = [&](auto... arguments) {
+      try {
+        d_db.read(&kept, vias, arguments...);
+        ADD_FAILURE();
+      } catch (const std::out_of_range& error) {
+        EXPECT_STREQ(error.what(), "invalid unordered_map<K, T> key");
+      }
+    };
+    const Table<int, EM2DLayer> layers = d_layout.layers.by(&EM2DLayer::id);
+    missing(layers, Table<int, EM2DNet>(), vias_by_name(), &shapes, &maps);
+    missing(layers, d_layout.nets.by(&EM2DNet::id), Table<std::string, EM2DVia>(), &shapes, &maps);
+  });
+  d_db.openem(false, "layout");
+  d_db.save("layout");
+  expect_unchanged([&](SImesh2D& kept, ViaTable& vias, ViaMaps& maps) {
+    for (const std::string& bytes : {read_file(d_dir.path("layout.zydat")), good.substr(0, good.size() - 1)}) {
+      TestSupport::write_file(file(), bytes);
+      EXPECT_THROW(read(kept, vias, &shapes, &maps), Util::Error);
+      EXPECT_THROW(d_db.readNegPolyMesh(&kept, nullptr), Util::Error);
+    }
+    TestSupport::write_file(file(), "");
+    EXPECT_ERROR(read(kept, vias, &shapes, &maps), "mesh file '" + file() + "' is empty");
+  });
+  EXPECT_TRUE(shapes.empty());
+}
+
+}  // namespace
+}  // namespace Mesh2DPlat

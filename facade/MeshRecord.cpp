@@ -1,6 +1,7 @@
 #include "facade/MeshRecord.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <string_view>
 #include <type_traits>
@@ -13,6 +14,32 @@
 
 namespace Mesh2DPlat {
 namespace {
+
+// What a program's own ModelAccess.h has to offer for each kind of element.
+template <class P>
+concept Elementary = requires(SImesh2D& mesh, const SImesh2D& stored, const P& row) {
+  ModelAccess::list(mesh, ModelAccess::Elements<P>()).push_back(ModelAccess::element_of(row));
+  { ModelAccess::row_of(*ModelAccess::list(stored, ModelAccess::Elements<P>()).begin()) } -> std::same_as<P>;
+};
+#define CORVANE_CHECK_ELEMENTS(Row)                                                                 \
+  static_assert(Elementary<Row>, "ModelAccess.h must offer, for a mesh's elements in rows of " #Row \
+                                 ": list(mesh, Elements<" #Row ">), " #Row                          \
+                                 " row_of(const Element&) and Element "                             \
+                                 "element_of(const " #Row "&)")
+CORVANE_CHECK_ELEMENTS(MeshLayerProxy);
+CORVANE_CHECK_ELEMENTS(MeshMetalProxy);
+CORVANE_CHECK_ELEMENTS(MeshMediumProxy);
+CORVANE_CHECK_ELEMENTS(MAShapeProxy);
+CORVANE_CHECK_ELEMENTS(SpecialVoidProxy);
+CORVANE_CHECK_ELEMENTS(ViaMeshProxy);
+CORVANE_CHECK_ELEMENTS(EMMeshVertexProxy);
+CORVANE_CHECK_ELEMENTS(MeshNodeProxy);
+CORVANE_CHECK_ELEMENTS(MeshEdgeProxy);
+CORVANE_CHECK_ELEMENTS(MeshFaceProxy);
+CORVANE_CHECK_ELEMENTS(MeshPolygonProxy);
+#undef CORVANE_CHECK_ELEMENTS
+static_assert(std::is_default_constructible_v<SImesh2D> && std::is_move_assignable_v<SImesh2D>,
+              "a mesh is built beside the caller's and then moved into it");
 
 constexpr const char* kNegativePolygons = "negpolymesh";
 

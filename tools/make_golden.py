@@ -5,9 +5,9 @@
     tools/make_golden.py --check DIR   compare the files in DIR with what would be written
 
 db.zydat is the small example of docs/file-format.md; full.zydat has rows in every table and values that are easily
-lost on the way. tests/format/GoldenFileTest.cpp makes both through the library. kinds.zydat is no database: it has one
-object of each kind, and the other files called kinds... are those that its mapped objects refer to.
-tests/format/KindsTest.cpp makes them through the library.
+lost on the way; corvane2d.zydat has a mesh with elements of every kind. tests/format/GoldenFileTest.cpp makes the three
+through the library. kinds.zydat is no database: it has one object of each kind, and the other files called kinds... are
+those that its mapped objects refer to. tests/format/KindsTest.cpp makes them through the library.
 """
 import argparse
 import hashlib
@@ -70,6 +70,39 @@ TABLES = [
     ("em2dcircuit", "EM2DCircuitProxy", [("name", TEXT), ("pin", ["int"]), ("emver", ["int"]), ("option", "int")]),
 ]
 
+NUMBERED = [("id", "int")]
+POLYGONS = ("MeshPolygonProxy", NUMBERED + [("orientation", "int"), ("leftpoly", "int"), ("rightpoly", "int"),
+                                            ("meshlayer", "int"), ("layer", "int"), ("net", TEXT), ("node", ["int"]),
+                                            ("edge", ["int"])])
+MESH_TABLES = [
+    ("meshlayer", "MeshLayerProxy", NUMBERED + [("layer", TEXT)]),
+    ("meshmetal", "MeshMetalProxy", NUMBERED + [("layer", "int"), ("name", TEXT), ("polygon", ["int"])]),
+    ("meshmedium", "MeshMediumProxy",
+     NUMBERED + [("layer", "int"), ("upmetal", "int"), ("lowmetal", "int"), ("meshnode", ["int"])]),
+    ("mashape", "MAShapeProxy",
+     NUMBERED + [("type", "int"), ("metal", "int"), ("width", "double"), ("length", "double"), ("upnode", ["int"]),
+                 ("lownode", ["int"])]),
+    ("specialvoid", "SpecialVoidProxy",
+     NUMBERED + [("layerid", "int"), ("layer", "int"), ("net", TEXT), ("vertex", ["double"])]),
+    ("viamesh", "ViaMeshProxy", [("via", TEXT), ("meshid", ["int"])]),
+    ("meshvia", "MeshViaProxy",
+     NUMBERED + [("name", TEXT), ("planeid", "int"), ("x", "double"), ("y", "double"), ("layer", "int"),
+                 ("ratio", "double"), ("radius", "double")]),
+    ("emmeshvertex", "EMMeshVertexProxy",
+     NUMBERED + [("name", TEXT), ("x", "double"), ("y", "double"), ("nodelayer", "int"), ("connlayer", "int"),
+                 ("plane", TEXT), ("upplane", TEXT), ("lowplane", TEXT)]),
+    next(table for table in TABLES if table[0] == "em2dshape"),
+    ("meshnode", "MeshNodeProxy",
+     NUMBERED + [("x", "double"), ("y", "double"), ("layer", "int"), ("metalface", ["int"]), ("mediumface", ["int"])]),
+    ("meshedge", "MeshEdgeProxy",
+     NUMBERED + [("meshlayer", "int"), ("layer", "int"), ("startnode", "int"), ("endnode", "int"),
+                 ("leftface", "int"), ("rightface", "int"), ("coedge", ["int"])]),
+    ("meshface", "MeshFaceProxy",
+     NUMBERED + [("meshlayer", "int"), ("layer", "int"), ("mediumpoly", "int"), ("node", ["int"]), ("edge", ["int"])]),
+    ("meshpolygon", *POLYGONS),
+    ("negpolymesh", *POLYGONS),  # only where there are any
+]
+
 NAN = struct.unpack("<d", struct.pack("<Q", 0x7FF8000000C0FFEE))[0]
 INFINITY = float("inf")
 LONG_NAME = b"long" * 75
@@ -91,6 +124,25 @@ FULL = {
     "em2dtrace": [(b"t", 1, 10, 11, 11), (b"", 2, 11, 10, 10)],
     "em2dpin": [(b"1",), (b"2",), (b"",)],
     "em2dcircuit": [(b"U1", [0, 1, 0], [10, 11, 11], 4), (b"", [1, 2], [10, 10], 0), (b"U3", [], [], -4)],
+}
+
+TINY = 5e-324
+MESH = {
+    "meshlayer": [(0, b"F.Cu"), (1, b"")],
+    "meshmetal": [(0, 3, b"GND", [0, 1, -1]), (1, 4, b"", [])],
+    "meshmedium": [(0, 3, 0, -1, [2, 1, 0])],
+    "mashape": [(0, 7, 1, 0.25, -0.0, [1], [])],
+    "specialvoid": [(0, 0, 3, b"VCC", [0.0, TINY, 1e300, -1.0])],
+    "viamesh": [(b"z", []), (b"a", [3, -1])],
+    "meshvia": [(0, b'via "a"', 5, 1.0, 2.0, 3, 0.5, 0.25), (1, b"", -5, 1.0, 2.0, 3, 0.0, 0.0),
+                (2, b'via "a"', 5, 9.0, 9.0, 9, 9.0, 9.0)],
+    "emmeshvertex": [(0, b"U1.3", 1.5, -2.5, 0, 1, b"GND", b"", b"F.Cu")],
+    "meshnode": [(0, 0.0, 0.0, 3, [], []), (77, 0.5, -TINY, 3, [1], []), (2, 1.0, -2 * TINY, 3, [2, 2], [])],
+    "meshedge": [(0, 0, 3, 0, 1, 0, -1, [0, 2147483647]), (1, 0, 3, 1, 2, 0, -1, [1, 2147483647]),
+                 (2, 0, 3, -2147483648, 0, 0, -1, [2, 2147483647])],
+    "meshface": [(0, 0, 3, 0, [0, 1, 2], [2, 1, 0]), (1, 1, 4, -1, [], [])],
+    "meshpolygon": [(0, -1, 0, 1, 0, 3, b"GND", [0, 1, 2], [0, 1, 2])],
+    "negpolymesh": [(0, 1, -1, -1, 0, 3, b"one", [2, 1], [0]), (1, 1, -1, -1, 0, 3, b"two", [2, 1], [0])],
 }
 
 
@@ -169,6 +221,14 @@ def database(name, content):
     message.node(name, UNTYPED, KIND_RECORD, 1 + len(TABLES))
     message.settings(content.get("simeshconfig", [b"" if kind == TEXT else 0 for _, kind in SETTINGS]))
     for table, structure, columns in TABLES:
+        message.table(table, structure, columns, content.get(table, []))
+    return message.bytes()
+
+
+def mesh(content):
+    message = Message()
+    message.node("mesh2d", UNTYPED, KIND_RECORD, len(MESH_TABLES))
+    for table, structure, columns in MESH_TABLES:
         message.table(table, structure, columns, content.get(table, []))
     return message.bytes()
 
@@ -270,7 +330,8 @@ def main():
     parser.add_argument("--check", action="store_true")
     parser.add_argument("folder", type=pathlib.Path)
     arguments = parser.parse_args()
-    files = {"db.zydat": database("db", SMALL), "full.zydat": database("full", FULL), **kinds()}
+    files = {"db.zydat": database("db", SMALL), "full.zydat": database("full", FULL),
+             "corvane2d.zydat": mesh(MESH), **kinds()}
     if hashlib.sha256(files["db.zydat"]).hexdigest() != SMALL_SHA256:
         sys.exit("the small example has not the documented SHA-256")
     for name, content in files.items():

@@ -88,7 +88,7 @@ class Damage : public testing::Test {
       if (d_trees++ % kTreesPerSave == 0) save_twice(d_db);
     }
     if (answer.empty() || answer == "nothing") {
-      currentRoot->take(d_good);
+      currentRoot->take(Mesh2DPlat::OwnedTree(d_good));
     } else {
       EXPECT_EQ(currentRoot->tree, d_good) << answer;
       EXPECT_TRUE(answer.starts_with("error: ") || answer == "no data object" || answer == "stopped: i < siz")

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/facade/SampleMesh.h"
 #include "tests/format/Load.h"
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
@@ -87,6 +88,19 @@ TEST_P(GoldenFile, HoldsWhatWasWritten) {
 
 INSTANTIATE_TEST_SUITE_P(, GoldenFile, testing::Values(Example{"db", write_small}, Example{"full", write_full}),
                          [](const auto& example) { return example.param.name; });
+
+TEST(GoldenMesh, IsWhatIsWrittenAndReadsBack) {
+  DBZydata db(kMemory);
+  Mesh2DPlat::SImesh2D mesh = TestSupport::make_mesh();
+  TestSupport::add_holes(mesh);
+  for (int run = 0; run < 2; ++run) {
+    db.writeNegPolyMesh(&mesh);
+    EXPECT_TRUE(file("corvane2d") == golden("corvane2d"));
+  }
+  Mesh2DPlat::SImesh2D read_back;
+  EXPECT_TRUE(db.readNegPolyMesh(&read_back, nullptr));
+  EXPECT_TRUE(read_back == mesh);
+}
 
 TEST(SmallExample, HasTheDocumentedPlaces) {
   const std::string bytes = golden("db");

@@ -1,0 +1,93 @@
+// Damaged mesh files: each is read as some mesh or answered with a documented error, which leaves the caller's mesh as
+// it was and asks for no more memory than the file could fill.
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "model/SImesh2D.h"
+#include "mpsys/Message.h"
+#include "tests/facade/SampleMesh.h"
+#include "tests/format/Load.h"
+#include "tests/support/Allocations.h"
+#include "tests/support/TestSupport.h"
+#include "util/Assert.h"
+
+namespace {
+
+using Mesh2DPlat::DBZydata;
+using Mesh2DPlat::SImesh2D;
+using TestSupport::file;
+using TestSupport::kMemory;
+
+struct Stopped {};
+
+class MeshDamage : public testing::Test {
+ protected:
+  MeshDamage() {
+    Util::set_assertion_handler([](const char* expression, const char*, int) {
+      EXPECT_STREQ(expression, "i < siz");
+      throw Stopped();
+    });
+    testing::internal::CaptureStderr();  // what assertions write
+    d_mesh.addLayer({-1, "kept"});
+  }
+  ~MeshDamage() override {
+    testing::internal::GetCapturedStderr();
+    Util::set_assertion_handler(nullptr);
+  }
+
+  /// False for a documented error.
+  bool reads() {
+    try {
+      return d_db.readNegPolyMesh(&d_mesh, nullptr);
+    } catch (const Util::Error&) {
+    } catch (const MPSys::NonDataMessageException&) {
+    } catch (const Stopped&) {
+    }
+    return false;
+  }
+  void try_file() {
+    const TestSupport::AllocationWatch watch;
+    if (reads()) {
+      ++d_read;
+      d_mesh.clear();
+      d_mesh.addLayer({-1, "kept"});
+    }
+    EXPECT_LT(watch.requested(), kMemoryPerRead);
+    ASSERT_EQ(d_mesh.layers.size(), 1u);
+    EXPECT_EQ(d_mesh.layers[0].layer, "kept");
+    EXPECT_TRUE(d_mesh.nodes.empty());
+  }
+
+  static constexpr std::uint64_t kMemoryPerRead = 400 * 1024;  // what the schema of a whole file takes is less
+
+  DBZydata d_db{kMemory};
+  SImesh2D d_mesh;
+  std::string d_good = TestSupport::read_file(CORVANE_TEST_DATA "/corvane2d.zydat");
+  int d_read = 0;
+};
+
+TEST_F(MeshDamage, NeverReachesTheMesh) {
+  file("corvane2d") = d_good;
+  for (std::size_t at = 0; at < d_good.size() && !HasFailure(); ++at) {
+    char& byte = file("corvane2d")[at];
+    for (const char damaged : {static_cast<char>(~byte), static_cast<char>(byte ^ 1), static_cast<char>(byte ^ 0x40)}) {
+      const char old = std::exchange(byte, damaged);
+      try_file();
+      byte = old;
+      if (HasFailure()) FAIL() << "byte " << at;
+    }
+  }
+  EXPECT_GT(d_read, 1000);  // numbers that mean nothing to a reader
+}
+
+TEST_F(MeshDamage, ACutFileIsNoMesh) {
+  for (std::size_t size = 0; size < d_good.size() && !HasFailure(); ++size) {
+    file("corvane2d") = d_good.substr(0, size);
+    try_file();
+  }
+  EXPECT_EQ(d_read, 0);
+}
+
+}  // namespace

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "bench/Memory.h"
+#include "bench/MeshFigures.h"
 #include "bench/OwnProcess.h"
 #include "bench/Report.h"
 #include "bench/Stage.h"
@@ -84,7 +85,7 @@ void register_all(CurrentStage& current, const Options& options) {
 }
 
 void add_options(CLI::App& app, Options& options) {
-  app.add_option("--rows", options.rows, "Vertices, and traces, of the made-up workloads")
+  app.add_option("--rows", options.rows, "Vertices, and traces, of the made-up workloads; nodes of the mesh")
       ->check(CLI::Range(1, 20000000))
       ->capture_default_str();
   app.add_option("--pairs", options.pairs, "Measurements of each figure")
@@ -111,6 +112,7 @@ int run(int count, char** arguments) {
   CurrentStage current(scratch.path());
   register_all(current, options);
   register_storage_figures(scratch.path(), options.rows, options.pairs);
+  register_mesh_figures(scratch.path(), options.rows, options.pairs);
   Table table;
   benchmark::RunSpecifiedBenchmarks(&table);
   return options.check && table.missed() > 0 ? 1 : 0;

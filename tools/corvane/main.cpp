@@ -10,6 +10,7 @@
 #include "tools/corvane/ImportCommand.h"
 #include "tools/corvane/InfoCommand.h"
 #include "tools/corvane/LineText.h"
+#include "tools/corvane/RenderCommand.h"
 
 namespace {
 
@@ -34,6 +35,7 @@ int run(int count, char** arguments) {
   int exit_status = 1;  // set by the verb that runs
   CorvaneTool::addImportCommand(app, exit_status);
   CorvaneTool::addInfoCommand(app, exit_status);
+  CorvaneTool::addRenderCommand(app, exit_status);
   try {
     app.parse(count, arguments);
   } catch (const CLI::ParseError& error) {

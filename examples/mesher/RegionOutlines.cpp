@@ -1,0 +1,174 @@
+#include "examples/mesher/RegionOutlines.h"
+
+#include <CGAL/Constrained_Delaunay_triangulation_2.h>
+#include <CGAL/Constrained_triangulation_2.h>
+#include <CGAL/Constrained_triangulation_face_base_2.h>
+#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/Triangulation_data_structure_2.h>
+#include <CGAL/Triangulation_face_base_with_info_2.h>
+#include <CGAL/Triangulation_vertex_base_with_info_2.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <utility>
+
+namespace CorvaneMesher {
+namespace {
+
+struct FaceInfo {
+  bool is_seen = false;
+  Label label;
+};
+
+using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
+using VertexBase = CGAL::Triangulation_vertex_base_with_info_2<int, Kernel>;
+using FaceBase =
+    CGAL::Constrained_triangulation_face_base_2<Kernel, CGAL::Triangulation_face_base_with_info_2<FaceInfo, Kernel>>;
+using Triangulation =
+    CGAL::Constrained_Delaunay_triangulation_2<Kernel, CGAL::Triangulation_data_structure_2<VertexBase, FaceBase>,
+                                               CGAL::No_constraint_intersection_requiring_constructions_tag>;
+using Face = Triangulation::Face_handle;
+
+class Walker {
+ public:
+  Walker(const PlanarGraph& graph, const std::vector<Ring>& rings) : d_graph(graph), d_rings(rings) {
+    d_result.points = graph.points;
+    d_result.ring_areas.resize(rings.size());
+  }
+
+  RegionOutlines run() {
+    triangulate();
+    if (d_triangulation.dimension() == 2) {
+      label_faces();
+      collect_edges();
+    }
+    return std::move(d_result);
+  }
+
+ private:
+  // A face on the way from outside to the present one.
+  struct Step {
+    Face face;
+    int next_side;
+    const PlanarGraph::Edge* crossed;  // to enter the face; null: none
+  };
+
+  void triangulate() {
+    std::vector<bool> is_used(d_graph.points.size());
+    for (const PlanarGraph::Edge& edge : d_graph.edges)
+      for (const int point : {edge.start, edge.end}) is_used[static_cast<std::size_t>(point)] = true;
+    std::vector<std::pair<Kernel::Point_2, int>> points;
+    for (std::size_t i = 0; i < is_used.size(); ++i) {
+      const Point point = d_graph.points[i];
+      if (is_used[i])
+        points.emplace_back(Kernel::Point_2(static_cast<double>(point.x), static_cast<double>(point.y)), i);
+    }
+    d_triangulation.insert(points.begin(), points.end());
+    std::vector<Triangulation::Vertex_handle> vertices(d_graph.points.size());
+    for (const auto vertex : d_triangulation.finite_vertex_handles())
+      vertices[static_cast<std::size_t>(vertex->info())] = vertex;
+    for (const PlanarGraph::Edge& edge : d_graph.edges) {
+      d_triangulation.insert_constraint(vertices[static_cast<std::size_t>(edge.start)],
+                                        vertices[static_cast<std::size_t>(edge.end)]);
+    }
+  }
+
+  const PlanarGraph::Edge* edge_at(Face face, int side) const {
+    if (!face->is_constrained(side)) return nullptr;
+    const auto [start, end] =
+        std::minmax({face->vertex(Triangulation::ccw(side))->info(), face->vertex(Triangulation::cw(side))->info()});
+    const auto place = std::lower_bound(d_graph.edges.begin(), d_graph.edges.end(), std::pair(start, end),
+                                        [](const PlanarGraph::Edge& edge, std::pair<int, int> wanted) {
+                                          return std::pair(edge.start, edge.end) < wanted;
+                                        });
+    return &*place;
+  }
+
+  /// Visits every face, over a tree of faces; on the way back, what was crossed is crossed again.
+  void label_faces() {
+    std::vector<Step> path;
+    enter(d_triangulation.infinite_face(), nullptr, path);
+    while (!path.empty()) {
+      Step& step = path.back();
+      if (step.next_side == 3) {
+        cross(step.crossed);
+        path.pop_back();
+        continue;
+      }
+      const int side = step.next_side++;
+      const Face neighbour = step.face->neighbor(side);
+      if (!neighbour->info().is_seen) enter(neighbour, edge_at(step.face, side), path);
+    }
+  }
+
+  void enter(Face face, const PlanarGraph::Edge* crossed, std::vector<Step>& path) {
+    cross(crossed);
+    face->info().is_seen = true;
+    if (!d_triangulation.is_infinite(face)) label(face);
+    path.push_back({face, 0, crossed});
+  }
+
+  void cross(const PlanarGraph::Edge* edge) {
+    if (edge == nullptr) return;
+    for (std::size_t i = edge->first_ring; i < edge->last_ring; ++i) {
+      const int ring = d_graph.rings[i];
+      const auto place = std::find(d_around.begin(), d_around.end(), ring);
+      if (place == d_around.end()) {
+        d_around.push_back(ring);
+      } else {
+        *place = d_around.back();
+        d_around.pop_back();
+      }
+    }
+  }
+
+  void label(Face face) {
+    if (d_around.empty()) return;
+    Label& label = face->info().label;
+    const double area = std::abs(d_triangulation.triangle(face).area());
+    int other = -1;  // a further net
+    for (const int position : d_around) {
+      const Ring& ring = d_rings[static_cast<std::size_t>(position)];
+      d_result.ring_areas[static_cast<std::size_t>(position)] += area;
+      label.is_fill |= ring.is_fill;
+      if (label.net >= 0 && ring.net != label.net) other = std::max(label.net, ring.net);
+      label.net = label.net < 0 ? ring.net : std::min(label.net, ring.net);
+    }
+    d_result.copper_area += area;
+    if (label.is_fill) d_result.fill_area += area;
+    if (other < 0) return;
+    d_result.overlap_area += area;
+    if (d_overlaps.emplace(label.net, other).second) ++d_result.overlapping_nets;
+  }
+
+  void collect_edges() {
+    for (const Face face : d_triangulation.all_face_handles()) {
+      for (int side = 0; side < 3; ++side) {
+        if (!face->is_constrained(side)) continue;
+        const int start = face->vertex(Triangulation::ccw(side))->info();
+        const int end = face->vertex(Triangulation::cw(side))->info();
+        const Label left = face->info().label, right = face->neighbor(side)->info().label;
+        if (start < end && left != right) d_result.edges.push_back({start, end, left, right});
+      }
+    }
+    std::sort(d_result.edges.begin(), d_result.edges.end(), [](const auto& left, const auto& right) {
+      return std::pair(left.start, left.end) < std::pair(right.start, right.end);
+    });
+  }
+
+  const PlanarGraph& d_graph;
+  const std::vector<Ring>& d_rings;
+  Triangulation d_triangulation;
+  std::vector<int> d_around;  // rings around the present face, in no order
+  std::set<std::pair<int, int>> d_overlaps;
+  RegionOutlines d_result;
+};
+
+}  // namespace
+
+RegionOutlines find_regions(const PlanarGraph& graph, const std::vector<Ring>& rings) {
+  return Walker(graph, rings).run();
+}
+
+}  // namespace CorvaneMesher

@@ -1,0 +1,37 @@
+// How long the edges of a mesh may be, place by place.
+#pragma once
+
+#include <vector>
+
+#include "examples/mesher/CellGrid.h"
+#include "examples/mesher/RegionOutlines.h"
+
+namespace CorvaneMesher {
+
+/// Lengths in nanometres, angles in degrees.
+struct MeshSizes {
+  double max_edge = 0;
+  double min_edge = 0;  // features below this are not looked at more closely
+  double min_angle = 0;
+};
+
+/// As long as the outlines' own edges where their corners are, at least the minimum, and from there on growing with the
+/// distance up to the maximum.
+class SizeField {
+ public:
+  SizeField(const RegionOutlines& outlines, const MeshSizes& sizes);
+
+  double operator()(double x, double y) const { return d_lengths[d_grid.cell(d_grid.column(x), d_grid.row(y))]; }
+
+  static constexpr double kGrowth = 0.4;  // of the length, per distance
+
+ private:
+  void spread();
+  void take_from(int column, int row, int other_column, int other_row);
+
+  CellGrid d_grid;
+  int d_columns, d_rows;
+  std::vector<double> d_lengths;  // per cell
+};
+
+}  // namespace CorvaneMesher

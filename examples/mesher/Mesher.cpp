@@ -93,7 +93,7 @@ void measure_fills(const std::vector<Ring>& rings, const RegionOutlines& regions
   for (std::size_t i = 0; i < rings.size(); ++i) {
     if (!rings[i].is_fill) continue;
     const OutlineMeasure outline = measure(rings[i].corners);
-    const double inside = regions.ring_areas[i];
+    const double inside = regions.owner_areas[i];
     const bool crosses_itself = std::abs(outline.area - inside) > kMostDifference * outline.area + 2 * outline.length;
     report.crossing_fills += crosses_itself;
     own += crosses_itself ? inside : outline.area;
@@ -236,13 +236,14 @@ LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerRep
   LayerMesh mesh;
   mesh.layer = copper.layer;
   report.name = copper.layer->name();
-  RegionOutlines regions;
-  {
-    PlanarGraph graph;
-    in_phase("cut outlines", [&] { graph = cut_at_crossings(copper.rings); });
-    in_phase("find regions", [&] { regions = find_regions(graph, copper.rings); });
-  }
-  in_phase("triangulate", [&] { mesh.triangles = triangulate(regions, SizeField(regions, sizes), sizes); });
+  RegionOutlines regions, outlines;
+  in_phase("find regions", [&] {
+    std::vector<Label> owners;
+    for (const Ring& ring : copper.rings) owners.push_back({ring.net, ring.is_fill});
+    regions = find_regions(cut_at_crossings(strands_of(copper.rings), 1), owners);
+  });
+  in_phase("simplify", [&] { outlines = simplified(regions, sizes.spacing()); });
+  in_phase("triangulate", [&] { mesh.triangles = triangulate(outlines, SizeField(outlines, sizes), sizes); });
   in_phase("build", [&] { mesh.topology = find_topology(mesh.triangles); });
   report.copper_area = regions.copper_area / kSquareMm;
   report.net_overlap_area = regions.overlap_area / kSquareMm;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <optional>
 #include <stdexcept>
 #include <tuple>
@@ -13,7 +14,9 @@
 namespace CorvaneMesher {
 namespace {
 
-constexpr double kReach = 1;      // nm: a corner this near to an edge lies on it
+// A point this near to an edge lies on it, in spacings. A cut there makes two edges that are shorter than the one,
+// since both of its ends are at least a spacing away: cutting comes to an end.
+constexpr double kReach = 0.7;
 constexpr int kMostRounds = 100;  // boards need fewer than ten
 
 struct PointHash {
@@ -36,10 +39,10 @@ double length(Point start, Point end) {
   return std::hypot(static_cast<double>(end.x - start.x), static_cast<double>(end.y - start.y));
 }
 
-bool lies_on(Point point, Point start, Point end) {
+bool lies_on(Point point, Point start, Point end, double reach) {
   const std::int64_t along = dot(start, end, point);
   if (along <= 0 || along >= dot(start, end, end)) return false;
-  return std::abs(static_cast<double>(cross(start, end, point))) <= kReach * length(start, end);
+  return std::abs(static_cast<double>(cross(start, end, point))) <= reach * length(start, end);
 }
 
 /// Where two edges that do not touch cross.
@@ -55,12 +58,11 @@ std::optional<Point> crossing(Point a, Point b, Point c, Point d) {
 
 class Cutter {
  public:
-  explicit Cutter(const std::vector<Ring>& rings) {
-    for (std::size_t i = 0; i < rings.size(); ++i) {
-      const Outline& corners = rings[i].corners;
-      for (std::size_t k = 0; k < corners.size(); ++k)
-        add_piece(point_at(corners[k]), point_at(corners[(k + 1) % corners.size()]), static_cast<int>(i), true);
-    }
+  Cutter(const std::vector<Strand>& strands, std::int64_t spacing)
+      : d_spacing(spacing),
+        d_cell(
+            std::max<std::int64_t>(1, static_cast<std::int64_t>(static_cast<double>(spacing) / std::numbers::sqrt2))) {
+    for (const Strand& strand : strands) add_piece(point_at(strand.start), point_at(strand.end), strand.owner, true);
   }
 
   PlanarGraph run() {
@@ -74,11 +76,11 @@ class Cutter {
   }
 
  private:
-  // A stretch of one ring. Fresh: not yet compared with all others.
+  // A stretch of an owner's walk. Fresh: not yet compared with all others.
   struct Piece {
-    int start, end, ring;
+    int start, end, owner;
     bool is_fresh;
-    auto place() const { return std::tie(start, end, ring); }
+    auto place() const { return std::tie(start, end, owner); }
   };
 
   struct Edge {
@@ -94,19 +96,41 @@ class Cutter {
     auto operator<=>(const Cut&) const = default;
   };
 
+  /// The same for equal points, even when nearer ones have come in between.
   int point_at(Point point) {
-    const auto [entry, is_new] = d_ids.try_emplace(point, static_cast<int>(d_points.size()));
-    if (is_new) d_points.push_back(point);
+    const auto [entry, is_new] = d_ids.try_emplace(point, -1);
+    if (is_new) entry->second = nearest_or_new(point);
     return entry->second;
+  }
+
+  int nearest_or_new(Point point) {
+    const std::int64_t range = d_spacing > 1 ? 2 : 0;
+    const Point cell = {floor_divided(point.x), floor_divided(point.y)};
+    std::pair<std::int64_t, int> nearest = {d_spacing * d_spacing, -1};
+    for (std::int64_t dx = -range; dx <= range; ++dx) {
+      for (std::int64_t dy = -range; dy <= range; ++dy) {
+        const auto entry = d_cells.find({cell.x + dx, cell.y + dy});
+        if (entry == d_cells.end()) continue;
+        const Point other = at(entry->second);
+        nearest = std::min(nearest, {dot(point, other, other), entry->second});
+      }
+    }
+    if (nearest.second >= 0) return nearest.second;
+    d_points.push_back(point);
+    return d_cells[cell] = static_cast<int>(d_points.size()) - 1;
+  }
+
+  std::int64_t floor_divided(std::int64_t value) const {
+    return value >= 0 ? value / d_cell : -((d_cell - 1 - value) / d_cell);
   }
 
   Point at(int point) const { return d_points[static_cast<std::size_t>(point)]; }
 
-  void add_piece(int start, int end, int ring, bool is_fresh) {
-    if (start != end) d_pieces.push_back({std::min(start, end), std::max(start, end), ring, is_fresh});
+  void add_piece(int start, int end, int owner, bool is_fresh) {
+    if (start != end) d_pieces.push_back({std::min(start, end), std::max(start, end), owner, is_fresh});
   }
 
-  /// Pieces that a ring runs there and back are dropped; those at the same place become one edge.
+  /// Pieces that an owner's walk runs there and back are dropped; those at the same place become one edge.
   void collect_edges() {
     std::sort(d_pieces.begin(), d_pieces.end(),
               [](const Piece& left, const Piece& right) { return left.place() < right.place(); });
@@ -153,7 +177,7 @@ class Cutter {
     grid.fill(d_edges.size(), [&](std::size_t i, const auto& visit) {
       const Point start = at(d_edges[i].start), end = at(d_edges[i].end);
       grid.visit_segment(static_cast<double>(start.x), static_cast<double>(start.y), static_cast<double>(end.x),
-                         static_cast<double>(end.y), 2 * kReach, visit);
+                         static_cast<double>(end.y), static_cast<double>(d_spacing), visit);
     });
     return grid;
   }
@@ -163,9 +187,8 @@ class Cutter {
     const Edge& b = d_edges[static_cast<std::size_t>(right)];
     if (!a.is_fresh && !b.is_fresh) return;
     const Point a1 = at(a.start), a2 = at(a.end), b1 = at(b.start), b2 = at(b.end);
-    const auto apart = [](std::int64_t p1, std::int64_t p2, std::int64_t q1, std::int64_t q2) {
-      const auto reach = static_cast<std::int64_t>(kReach);
-      return std::max(p1, p2) + reach < std::min(q1, q2) || std::max(q1, q2) + reach < std::min(p1, p2);
+    const auto apart = [this](std::int64_t p1, std::int64_t p2, std::int64_t q1, std::int64_t q2) {
+      return std::max(p1, p2) + d_spacing < std::min(q1, q2) || std::max(q1, q2) + d_spacing < std::min(p1, p2);
     };
     if (apart(a1.x, a2.x, b1.x, b2.x) || apart(a1.y, a2.y, b1.y, b2.y)) return;
     const std::size_t before = d_cuts.size();
@@ -181,8 +204,10 @@ class Cutter {
 
   void cut_if_on(int edge, int point) {
     const Edge& target = d_edges[static_cast<std::size_t>(edge)];
-    if (lies_on(at(point), at(target.start), at(target.end))) cut(edge, point);
+    if (lies_on(at(point), at(target.start), at(target.end), reach())) cut(edge, point);
   }
+
+  double reach() const { return kReach * static_cast<double>(d_spacing); }
 
   void cut(int edge, int point) {
     const Edge& target = d_edges[static_cast<std::size_t>(edge)];
@@ -201,8 +226,8 @@ class Cutter {
       for (std::size_t k = edge.first; k < edge.last; ++k) {
         int from = edge.start;
         for (auto at_cut = first; at_cut != cut; from = (at_cut++)->point)
-          add_piece(from, at_cut->point, old[k].ring, true);
-        add_piece(from, edge.end, old[k].ring, first != cut);
+          add_piece(from, at_cut->point, old[k].owner, true);
+        add_piece(from, edge.end, old[k].owner, first != cut);
       }
     }
   }
@@ -212,13 +237,16 @@ class Cutter {
     graph.points = d_points;
     graph.edges.reserve(d_edges.size());
     for (const Edge& edge : d_edges) graph.edges.push_back({edge.start, edge.end, edge.first, edge.last});
-    graph.rings.reserve(d_pieces.size());
-    for (const Piece& piece : d_pieces) graph.rings.push_back(piece.ring);
+    graph.owners.reserve(d_pieces.size());
+    for (const Piece& piece : d_pieces) graph.owners.push_back(piece.owner);
     return graph;
   }
 
+  std::int64_t d_spacing;  // nm
+  std::int64_t d_cell;
   std::vector<Point> d_points;
-  std::unordered_map<Point, int, PointHash> d_ids;
+  std::unordered_map<Point, int, PointHash> d_ids;    // by position, also of points that became others
+  std::unordered_map<Point, int, PointHash> d_cells;  // by cell, which holds one point at most
   std::vector<Piece> d_pieces;
   std::vector<Edge> d_edges;
   std::vector<Cut> d_cuts;
@@ -226,6 +254,18 @@ class Cutter {
 
 }  // namespace
 
-PlanarGraph cut_at_crossings(const std::vector<Ring>& rings) { return Cutter(rings).run(); }
+std::vector<Strand> strands_of(const std::vector<Ring>& rings) {
+  std::vector<Strand> strands;
+  for (std::size_t i = 0; i < rings.size(); ++i) {
+    const Outline& corners = rings[i].corners;
+    for (std::size_t k = 0; k < corners.size(); ++k)
+      strands.push_back({corners[k], corners[(k + 1) % corners.size()], static_cast<int>(i)});
+  }
+  return strands;
+}
+
+PlanarGraph cut_at_crossings(const std::vector<Strand>& strands, std::int64_t spacing) {
+  return Cutter(strands, spacing).run();
+}
 
 }  // namespace CorvaneMesher

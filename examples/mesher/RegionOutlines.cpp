@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -32,9 +33,9 @@ using Face = Triangulation::Face_handle;
 
 class Walker {
  public:
-  Walker(const PlanarGraph& graph, const std::vector<Ring>& rings) : d_graph(graph), d_rings(rings) {
+  Walker(const PlanarGraph& graph, const std::vector<Label>& owners) : d_graph(graph), d_owners(owners) {
     d_result.points = graph.points;
-    d_result.ring_areas.resize(rings.size());
+    d_result.owner_areas.resize(owners.size());
   }
 
   RegionOutlines run() {
@@ -111,11 +112,11 @@ class Walker {
 
   void cross(const PlanarGraph::Edge* edge) {
     if (edge == nullptr) return;
-    for (std::size_t i = edge->first_ring; i < edge->last_ring; ++i) {
-      const int ring = d_graph.rings[i];
-      const auto place = std::find(d_around.begin(), d_around.end(), ring);
+    for (std::size_t i = edge->first_owner; i < edge->last_owner; ++i) {
+      const int owner = d_graph.owners[i];
+      const auto place = std::find(d_around.begin(), d_around.end(), owner);
       if (place == d_around.end()) {
-        d_around.push_back(ring);
+        d_around.push_back(owner);
       } else {
         *place = d_around.back();
         d_around.pop_back();
@@ -129,11 +130,11 @@ class Walker {
     const double area = std::abs(d_triangulation.triangle(face).area());
     int other = -1;  // a further net
     for (const int position : d_around) {
-      const Ring& ring = d_rings[static_cast<std::size_t>(position)];
-      d_result.ring_areas[static_cast<std::size_t>(position)] += area;
-      label.is_fill |= ring.is_fill;
-      if (label.net >= 0 && ring.net != label.net) other = std::max(label.net, ring.net);
-      label.net = label.net < 0 ? ring.net : std::min(label.net, ring.net);
+      const Label& owner = d_owners[static_cast<std::size_t>(position)];
+      d_result.owner_areas[static_cast<std::size_t>(position)] += area;
+      label.is_fill |= owner.is_fill;
+      if (label.net >= 0 && owner.net != label.net) other = std::max(label.net, owner.net);
+      label.net = label.net < 0 ? owner.net : std::min(label.net, owner.net);
     }
     d_result.copper_area += area;
     if (label.is_fill) d_result.fill_area += area;
@@ -158,17 +159,33 @@ class Walker {
   }
 
   const PlanarGraph& d_graph;
-  const std::vector<Ring>& d_rings;
+  const std::vector<Label>& d_owners;
   Triangulation d_triangulation;
-  std::vector<int> d_around;  // rings around the present face, in no order
+  std::vector<int> d_around;  // owners around the present face, in no order
   std::set<std::pair<int, int>> d_overlaps;
   RegionOutlines d_result;
 };
 
 }  // namespace
 
-RegionOutlines find_regions(const PlanarGraph& graph, const std::vector<Ring>& rings) {
-  return Walker(graph, rings).run();
+RegionOutlines find_regions(const PlanarGraph& graph, const std::vector<Label>& owners) {
+  return Walker(graph, owners).run();
+}
+
+RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing) {
+  std::vector<Label> labels;
+  std::vector<Strand> strands;
+  std::map<std::pair<int, bool>, int> places;
+  for (const RegionOutlines::Edge& edge : outlines.edges) {
+    for (const Label label : {edge.left, edge.right}) {
+      if (!label.is_copper()) continue;
+      const auto [place, is_new] = places.try_emplace({label.net, label.is_fill}, static_cast<int>(labels.size()));
+      if (is_new) labels.push_back(label);
+      strands.push_back({outlines.points[static_cast<std::size_t>(edge.start)],
+                         outlines.points[static_cast<std::size_t>(edge.end)], place->second});
+    }
+  }
+  return find_regions(cut_at_crossings(strands, spacing), labels);
 }
 
 }  // namespace CorvaneMesher

@@ -30,10 +30,15 @@ struct RegionOutlines {
   double fill_area = 0;              // of all places inside a fill, once
   double overlap_area = 0;           // of places with copper of several nets
   std::size_t overlapping_nets = 0;  // pairs
-  std::vector<double> ring_areas;    // of the inside of each ring
+  std::vector<double> owner_areas;   // of the inside of each owner's walk
 };
 
-/// Walks through a triangulation of the graph and counts the rings around each triangle.
-RegionOutlines find_regions(const PlanarGraph& graph, const std::vector<Ring>& rings);
+/// Walks through a triangulation of the graph and counts the walks around each triangle: inside is what an odd number
+/// of turns surrounds. `owners` says what is inside.
+RegionOutlines find_regions(const PlanarGraph& graph, const std::vector<Label>& owners);
+
+/// The same regions without detail below `spacing` (nm): corners nearer to each other become one, and strips thinner
+/// than that close.
+RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing);
 
 }  // namespace CorvaneMesher

@@ -1,6 +1,9 @@
 // How long the edges of a mesh may be, place by place.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <vector>
 
 #include "examples/mesher/CellGrid.h"
@@ -13,6 +16,9 @@ struct MeshSizes {
   double max_edge = 0;
   double min_edge = 0;  // features below this are not looked at more closely
   double min_angle = 0;
+
+  /// Detail of outlines below this is dropped: a tenth of the smallest length, and never more than arcs lose to chords.
+  std::int64_t spacing() const { return std::llround(std::clamp(min_edge / 10, 1.0, 5000.0)); }
 };
 
 /// As long as the outlines' own edges where their corners are, at least the minimum, and from there on growing with the

@@ -117,7 +117,8 @@ void check_plain_mesh(const std::string& directory, const BoardMesh& board, cons
   expect(read.negPolygons.empty(), "negative polygons where none were written");
   read.negPolygons = board.mesh.negPolygons;
   compare_meshes(board.mesh, read);
-  expect(maps == board.via_maps, "the maps of vias");
+  const bool has_vias = !board.mesh.viaMeshes.empty();  // without any, a file does not tell how many maps there were
+  expect(has_vias ? maps == board.via_maps : maps.empty(), "the maps of vias");
   expect(std::equal(shapes.begin(), shapes.end(), layout.shapes.begin(), layout.shapes.end(),
                     [](const EM2DShape* left, const EM2DShape* right) { return same_shape(*left, *right); }),
          "shapes");

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "examples/mesher/MeshStore.h"
+#include "examples/mesher/Straightener.h"
 #include "facade/DBZydata.h"
 #include "tools/corvane/DatabaseRoundTrip.h"
 
@@ -242,7 +243,10 @@ LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerRep
     for (const Ring& ring : copper.rings) owners.push_back({ring.net, ring.is_fill});
     regions = find_regions(cut_at_crossings(strands_of(copper.rings), 1), owners);
   });
-  in_phase("simplify", [&] { outlines = simplified(regions, sizes.spacing()); });
+  in_phase("simplify", [&] {
+    outlines = simplified(regions, sizes.spacing());
+    straighten(outlines, sizes.straightness());
+  });
   in_phase("triangulate", [&] { mesh.triangles = triangulate(outlines, SizeField(outlines, sizes), sizes); });
   in_phase("build", [&] { mesh.topology = find_topology(mesh.triangles); });
   report.copper_area = regions.copper_area / kSquareMm;

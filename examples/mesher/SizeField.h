@@ -19,6 +19,9 @@ struct MeshSizes {
 
   /// Detail of outlines below this is dropped: a tenth of the smallest length, and never more than arcs lose to chords.
   std::int64_t spacing() const { return std::llround(std::clamp(min_edge / 10, 1.0, 5000.0)); }
+
+  /// How far outlines may stray where they lose corners.
+  double straightness() const { return static_cast<double>(spacing()) / 5; }
 };
 
 /// As long as the outlines' own edges where their corners are, at least the minimum, and from there on growing with the
@@ -29,7 +32,7 @@ class SizeField {
 
   double operator()(double x, double y) const { return d_lengths[d_grid.cell(d_grid.column(x), d_grid.row(y))]; }
 
-  static constexpr double kGrowth = 0.4;  // of the length, per distance
+  static constexpr double kGrowth = 0.6;  // of the length, per distance
 
  private:
   void spread();

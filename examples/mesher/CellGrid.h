@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace CorvaneMesher {
@@ -15,13 +16,13 @@ class CellGrid {
     double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
   };
 
-  /// About as many cells as things, over `bounds`.
+  /// About as many cells as things, over `bounds`; one cell when they are empty, low above high.
   CellGrid(const Box& bounds, std::size_t things)
       : d_x(bounds.x1),
         d_y(bounds.y1),
         d_size(cell_size(bounds, things)),
-        d_columns(steps(bounds.x2 - bounds.x1) + 1),
-        d_rows(steps(bounds.y2 - bounds.y1) + 1) {}
+        d_columns(std::max(steps(bounds.x2 - bounds.x1), 0) + 1),
+        d_rows(std::max(steps(bounds.y2 - bounds.y1), 0) + 1) {}
 
   std::size_t cell_count() const { return static_cast<std::size_t>(d_columns * d_rows); }
   double cell_size() const { return d_size; }

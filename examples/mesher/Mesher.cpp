@@ -247,7 +247,9 @@ LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerRep
     outlines = simplified(regions, sizes.spacing());
     straighten(outlines, sizes.straightness());
   });
-  in_phase("triangulate", [&] { mesh.triangles = triangulate(outlines, SizeField(outlines, sizes), sizes); });
+  in_phase("triangulate", [&] {
+    if (!outlines.edges.empty()) mesh.triangles = triangulate(outlines, SizeField(outlines, sizes), sizes);
+  });
   in_phase("build", [&] { mesh.topology = find_topology(mesh.triangles); });
   report.copper_area = regions.copper_area / kSquareMm;
   report.net_overlap_area = regions.overlap_area / kSquareMm;

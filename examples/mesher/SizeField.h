@@ -28,6 +28,7 @@ struct MeshSizes {
 /// distance up to the maximum.
 class SizeField {
  public:
+  /// `outlines` has edges.
   SizeField(const RegionOutlines& outlines, const MeshSizes& sizes);
 
   double operator()(double x, double y) const { return d_lengths[d_grid.cell(d_grid.column(x), d_grid.row(y))]; }

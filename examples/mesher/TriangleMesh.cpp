@@ -90,7 +90,6 @@ class Refiner {
   explicit Refiner(const RegionOutlines& outlines) : d_outlines(outlines) { insert_outlines(); }
 
   TriangleMesh run(const SizeField& lengths, const MeshSizes& sizes) {
-    if (d_outlines.edges.empty()) return {};
     find_regions();
     CGAL::Delaunay_mesher_2<Triangulation, Criteria> mesher(d_triangulation, Criteria(lengths, sizes));
     mesher.init(true);

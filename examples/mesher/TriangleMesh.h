@@ -35,8 +35,9 @@ struct TriangleMesh {
   }
 };
 
-/// Fills all copper with triangles whose edges keep to the size field and whose angles are at least the smallest
-/// wanted, save at corners of the outlines that are sharper themselves and at edges below the smallest length.
+/// `outlines` has edges. Fills all copper with triangles whose edges keep to the size field and whose angles are at
+/// least the smallest wanted, save at corners of the outlines that are sharper themselves and at edges below the
+/// smallest length.
 TriangleMesh triangulate(const RegionOutlines& outlines, const SizeField& lengths, const MeshSizes& sizes);
 
 /// In degrees; 180 without triangles.

@@ -1,7 +1,5 @@
 // The program `corvane-mesh`: from a layout in a database to a mesh file. Exit status 0, or 1 with one line that begins
 // with "corvane-mesh: " on standard error.
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
@@ -11,6 +9,7 @@
 #include "examples/mesher/MeshReport.h"
 #include "examples/mesher/Mesher.h"
 #include "tools/corvane/LineText.h"
+#include "tools/corvane/ProgressLine.h"
 
 namespace {
 
@@ -34,12 +33,11 @@ int run(int count, char** arguments) {
     throw std::runtime_error(std::string(error.what()) + " (see corvane-mesh --help)");
   }
   request.with_traces = !without_traces;
-  const bool is_watched = ::isatty(STDERR_FILENO) == 1;
-  const auto show = [&](const std::string& text) {
-    if (is_watched) std::cerr << "\r\033[K" << text << std::flush;
-  };
-  const MeshReport report = mesh_board(request, show);
-  show("");
+  MeshReport report;
+  {
+    const CorvaneTool::ProgressLine line;
+    report = mesh_board(request, [&](const std::string& phase) { line.show(request.directory + ": " + phase); });
+  }
   if (json) {
     std::cout << report_json(report) << '\n';
   } else {

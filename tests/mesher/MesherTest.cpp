@@ -194,6 +194,17 @@ TEST(Mesh, ArcsAndTracesKeepTheirArea) {
   EXPECT_LE(report.relative_difference(), kMostDifference);
 }
 
+TEST(Mesh, CopperWithoutAreaMakesAnEmptyLayer) {
+  Layout layout = empty_layout();
+  add_shape(layout, 0, 1, EM2DShape::Type::Fill, {0, 0, 1, 0, 2, 0});
+  add_shape(layout, 1, 1, EM2DShape::Type::Pad, {3, 3, 3, 3, 3, 3});
+  add_via(layout, 1, 0, 0, 0, 1, 0.1);
+  const Meshed meshed = mesh(layout);
+  EXPECT_EQ(meshed.board.mesh.layers.size(), 2u);
+  EXPECT_EQ(meshed.board.mesh.nodes.size() + meshed.board.mesh.vias().size(), 0u);
+  EXPECT_EQ(meshed.reports[0].relative_difference(), 0);
+}
+
 TEST(Mesh, ViasPiercePlanesOfTheirNet) {
   Layout layout = empty_layout();
   add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(0, 0, 10, 10));

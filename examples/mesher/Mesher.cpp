@@ -22,10 +22,12 @@ using Mesh2DPlat::DBZydata;
 constexpr double kEdgesAcross = 50;  // of a board whose settings say nothing
 constexpr double kLeastRatio = 10;   // of the longest edge to the smallest feature
 constexpr double kUsualRatio = 40;
-constexpr double kMostTriangles = 3e7;  // of one layer
-constexpr double kSquareMm = 1e12;      // in square nanometres
-constexpr double kUsualAngle = 20;      // degrees
-constexpr double kLargestAngle = 20.7;  // beyond this, refining need not come to an end
+constexpr double kMostTriangles = 3e7;             // of one layer
+constexpr double kSquareMm = 1e12;                 // in square nanometres
+constexpr double kMostLoss = kMostDifference / 5;  // of area, for the sake of simple outlines
+constexpr double kStraightPart = 5;                // of the spacing: how far outlines may stray where they lose corners
+constexpr double kUsualAngle = 20;                 // degrees
+constexpr double kLargestAngle = 20.7;             // beyond this, refining need not come to an end
 
 // --- sizes ----------------------------------------------------------------------------------------------------------
 
@@ -69,6 +71,10 @@ MeshSizes sizes_for(const MeshRequest& request, const Mesh2DPlat::SImeshConfig& 
 
 // --- areas ----------------------------------------------------------------------------------------------------------
 
+double relative(double found, double wanted) {
+  return found == wanted ? 0 : std::abs(found - wanted) / std::max(std::abs(wanted), 1e-12);
+}
+
 struct OutlineMeasure {
   double area = 0;    // nm2
   double length = 0;  // nm
@@ -105,16 +111,24 @@ void measure_fills(const std::vector<Ring>& rings, const RegionOutlines& regions
   report.fill_overlap_area = overlap / kSquareMm;
 }
 
+/// With less detail as long as that changes no area by much: fine patterns are all detail.
+RegionOutlines simple_outlines(const RegionOutlines& regions, std::int64_t spacing) {
+  for (;; spacing /= 4) {
+    if (spacing < 4) return simplified(regions, 1);
+    RegionOutlines outlines = simplified(regions, spacing);
+    straighten(outlines, static_cast<double>(spacing) / kStraightPart);
+    const EnclosedAreas areas = enclosed_areas(outlines);
+    if (std::max(relative(areas.copper, regions.copper_area), relative(areas.fill, regions.fill_area)) <= kMostLoss)
+      return outlines;
+  }
+}
+
 void measure_triangles(const TriangleMesh& mesh, LayerReport& report) {
   for (const TriangleMesh::Triangle& triangle : mesh.triangles) {
     report.mesh_area += mesh.area(triangle);
     if (triangle.label.is_fill) report.fill_mesh_area += mesh.area(triangle);
   }
   report.triangles = mesh.triangles.size();
-}
-
-double relative(double found, double wanted) {
-  return found == wanted ? 0 : std::abs(found - wanted) / std::max(std::abs(wanted), 1e-12);
 }
 
 void check_areas(const LayerReport& report, const Topology& topology) {
@@ -243,10 +257,7 @@ LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerRep
     for (const Ring& ring : copper.rings) owners.push_back({ring.net, ring.is_fill});
     regions = find_regions(cut_at_crossings(strands_of(copper.rings), 1), owners);
   });
-  in_phase("simplify", [&] {
-    outlines = simplified(regions, sizes.spacing());
-    straighten(outlines, sizes.straightness());
-  });
+  in_phase("simplify", [&] { outlines = simple_outlines(regions, sizes.spacing()); });
   in_phase("triangulate", [&] {
     if (!outlines.edges.empty()) mesh.triangles = triangulate(outlines, SizeField(outlines, sizes), sizes);
   });

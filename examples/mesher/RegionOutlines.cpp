@@ -31,6 +31,8 @@ using Triangulation =
                                                CGAL::No_constraint_intersection_requiring_constructions_tag>;
 using Face = Triangulation::Face_handle;
 
+Point minus(Point left, Point right) { return {left.x - right.x, left.y - right.y}; }
+
 class Walker {
  public:
   Walker(const PlanarGraph& graph, const std::vector<Label>& owners) : d_graph(graph), d_owners(owners) {
@@ -170,6 +172,19 @@ class Walker {
 
 RegionOutlines find_regions(const PlanarGraph& graph, const std::vector<Label>& owners) {
   return Walker(graph, owners).run();
+}
+
+EnclosedAreas enclosed_areas(const RegionOutlines& outlines) {
+  EnclosedAreas areas;
+  for (const RegionOutlines::Edge& edge : outlines.edges) {
+    const Point origin = outlines.points[static_cast<std::size_t>(outlines.edges.front().start)];
+    const Point start = minus(outlines.points[static_cast<std::size_t>(edge.start)], origin);
+    const Point end = minus(outlines.points[static_cast<std::size_t>(edge.end)], origin);
+    const double part = static_cast<double>(start.x * end.y - end.x * start.y) / 2;
+    if (edge.left.is_copper() != edge.right.is_copper()) areas.copper += edge.left.is_copper() ? part : -part;
+    if (edge.left.is_fill != edge.right.is_fill) areas.fill += edge.left.is_fill ? part : -part;
+  }
+  return areas;
 }
 
 RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing) {

@@ -37,6 +37,13 @@ struct RegionOutlines {
 /// of turns surrounds. `owners` says what is inside.
 RegionOutlines find_regions(const PlanarGraph& graph, const std::vector<Label>& owners);
 
+/// What the edges enclose, in square nanometres: all copper, and all fills.
+struct EnclosedAreas {
+  double copper = 0;
+  double fill = 0;
+};
+EnclosedAreas enclosed_areas(const RegionOutlines& outlines);
+
 /// The same regions without detail below `spacing` (nm): corners nearer to each other become one, and strips thinner
 /// than that close.
 RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing);

@@ -17,11 +17,9 @@ struct MeshSizes {
   double min_edge = 0;  // features below this are not looked at more closely
   double min_angle = 0;
 
-  /// Detail of outlines below this is dropped: a tenth of the smallest length, and never more than arcs lose to chords.
+  /// Detail of outlines below this may be dropped: a tenth of the smallest length, and never more than arcs lose to
+  /// chords.
   std::int64_t spacing() const { return std::llround(std::clamp(min_edge / 10, 1.0, 5000.0)); }
-
-  /// How far outlines may stray where they lose corners.
-  double straightness() const { return static_cast<double>(spacing()) / 5; }
 };
 
 /// As long as the outlines' own edges where their corners are, at least the minimum, and from there on growing with the

@@ -194,6 +194,16 @@ TEST(Mesh, ArcsAndTracesKeepTheirArea) {
   EXPECT_LE(report.relative_difference(), kMostDifference);
 }
 
+// Gaps below the spacing close where they take little; a comb of them is all detail and stays.
+TEST(Mesh, FinePatternsKeepTheirArea) {
+  Layout layout = empty_layout();
+  for (int i = 0; i < 50; ++i)
+    add_shape(layout, 0, 1, EM2DShape::Type::Graphic, rectangle(i * 0.02, 0, i * 0.02 + 0.017, 0.5));
+  const Meshed meshed = mesh(layout);
+  EXPECT_NEAR(meshed.reports[0].mesh_area, 50 * 0.017 * 0.5, 1e-6);
+  EXPECT_EQ(meshed.board.mesh.polygons.size(), 50u);
+}
+
 TEST(Mesh, CopperWithoutAreaMakesAnEmptyLayer) {
   Layout layout = empty_layout();
   add_shape(layout, 0, 1, EM2DShape::Type::Fill, {0, 0, 1, 0, 2, 0});

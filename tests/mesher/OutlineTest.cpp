@@ -138,6 +138,8 @@ TEST(FindRegions, CountsEachPlaceOnce) {
   EXPECT_DOUBLE_EQ(square_mm(regions.fill_area), 96);
   EXPECT_DOUBLE_EQ(square_mm(regions.overlap_area), 5 * 3 - 1);
   EXPECT_DOUBLE_EQ(square_mm(regions.copper_area), 96 + 21 - 14);
+  EXPECT_DOUBLE_EQ(enclosed_areas(regions).copper, regions.copper_area);
+  EXPECT_DOUBLE_EQ(enclosed_areas(regions).fill, regions.fill_area);
   EXPECT_EQ(regions.overlapping_nets, 1u);
   for (const RegionOutlines::Edge& edge : regions.edges) EXPECT_NE(edge.left, edge.right);
 }
@@ -150,6 +152,7 @@ TEST(Simplified, KeepsRegionsAndDropsDetail) {
   RegionOutlines outlines = simplified(regions, 5'000);
   EXPECT_NEAR(square_mm(outlines.copper_area), square_mm(regions.copper_area), 0.004);
   straighten(outlines, 1'000);
+  EXPECT_NEAR(square_mm(enclosed_areas(outlines).copper), square_mm(outlines.copper_area), 0.002);
   EXPECT_EQ(outlines.edges.size(), 7u) << "two rectangles with a side in common";
 }
 

@@ -1,8 +1,9 @@
 // Fixed-size arrays in a mapped file.
 //
 // An MMapArray<T> behaves like an Array<T>; its elements are the bytes of its file. Nothing else may change the file
-// while an array has it open: two arrays over one file would cut it under each other. copy(), and reset() of an array
-// that shares its vector, therefore go on in a file without a name, which goes with the array.
+// while an array has it open: two arrays over one file would cut it under each other. Opening it a second time
+// therefore throws Util::Error, and copy(), and reset() of an array that shares its vector, go on in a file without a
+// name, which goes with the array.
 //
 // In a message a mapped array travels by reference: file name, window, and which elements it shows. Its elements are in
 // their own file already; a message is of use only together with that file. A loaded array opens the file on first

@@ -10,8 +10,6 @@
 namespace ZyData {
 namespace {
 
-constexpr const char* kOpenFailed = "failed to open mmap file \"%s\"";
-
 /// Sums and products of claims: the largest number instead of one that does not fit.
 std::uint64_t saturated_product(std::uint64_t a, std::uint64_t b) {
   std::uint64_t result = 0;
@@ -35,9 +33,7 @@ MMapRegion::MMapRegion(const MMapRegion& other, std::uint64_t unit) : MMapRegion
   d_pending = false;
   d_unnamed = d_reaches_end = true;
   d_length = 0;
-  if (d_file.open_unnamed(folder_of(other.d_file_name))) return;
-  const int error_number = errno;
-  throw Util::Error(error_number, kOpenFailed, "");
+  if (!d_file.open_unnamed(folder_of(other.d_file_name))) throw_open_failed(errno, "");
 }
 
 MMapRegion::~MMapRegion() = default;
@@ -144,16 +140,15 @@ void MMapRegion::cut_to(std::uint64_t size) {
   d_resized = true;
 }
 
-// A file that can't be opened is reported by the query of its size; one that data from outside have named, here.
+// A file that can't be opened is reported by the query of its size; one that is open already, or that data from outside
+// have named, here.
 void MMapRegion::open_file() {
   if (!d_referenced) {
-    d_file.open(d_file_name);
+    if (!d_file.open(d_file_name) && errno == EWOULDBLOCK) throw_open_failed(errno, d_file_name);
     return;
   }
   check_referenced_name(d_file_name);
-  if (d_file.open_referenced(d_file_name, foreign_mapped_files_allowed())) return;
-  const int error_number = errno;
-  throw Util::Error(error_number, kOpenFailed, d_file_name.c_str());
+  if (!d_file.open_referenced(d_file_name, foreign_mapped_files_allowed())) throw_open_failed(errno, d_file_name);
 }
 
 std::uint64_t MMapRegion::query_size(const Failure& failure) const {

@@ -18,7 +18,6 @@ constexpr std::uint64_t kMostBytes = 0xffffffff;  // of one file, because window
 constexpr const char* kRequested = "requested size";
 constexpr const char* kVectorLength = "vector length";
 constexpr const char* kMapFailed = "failed to map file '%s' into memory";
-constexpr const char* kOpenFailed = "failed to open mmap file \"%s\"";
 
 std::atomic<bool> foreign_files_allowed{false};
 
@@ -182,8 +181,7 @@ void VMMap::cut_to(std::uint64_t size) {
 
 void VMMap::become_unnamed_beside(const VMMap& other) {
   if (d_file.open_unnamed(folder_of(other.d_file_name))) return;
-  const int error_number = errno;
-  throw Util::Error(error_number, kOpenFailed, "");
+  throw_open_failed(errno, "");
 }
 
 void VMMap::ensure_open() {
@@ -192,8 +190,7 @@ void VMMap::ensure_open() {
   if (d_referenced) check_referenced_name(d_file_name);
   const bool opened =
       d_referenced ? d_file.open_referenced(d_file_name, foreign_mapped_files_allowed()) : d_file.open(d_file_name);
-  const int error_number = errno;
-  if (!opened) throw Util::Error(error_number, kOpenFailed, d_file_name.c_str());
+  if (!opened) throw_open_failed(errno, d_file_name);
 }
 
 /// The bytes of `count` elements. More than the window bounds can express are refused.

@@ -133,6 +133,8 @@ class RunTable : public VarArrayBase {
     }
   }
   Range range(std::uint64_t i) const;
+  /// What two offsets enclose. Offsets that fall or, in a file, lie outside the values end the program.
+  Range between(std::int32_t first, std::int32_t end) const;
   /// First value and number of values of `count` elements from `first`, which counts from the offsets' start.
   Range values_of(std::uint64_t first, std::uint64_t count) const;
   /// Elements of the offsets that a view of `count` elements from `first` shows.

@@ -67,6 +67,8 @@ TEST_F(MMapFaults, AnArrayThatCannotBeMadeSaysWhy) {
   d_platform.fail(Operation::openOrCreate, 0, EROFS);
   EXPECT_ERROR(make(), "failed to open mmap file \"a\"\n    Permission denied");
   d_platform.reset();
+  EXPECT_EQ(text_when(Operation::lock, ENOLCK, make), "failed to open mmap file \"a\"\n    No locks available");
+  EXPECT_EQ(open_descriptors(), d_descriptors);
   write_file("a", "");
   d_platform.fail(Operation::openOrCreate, 0, EACCES);  // opened without creating
   make();

@@ -36,6 +36,10 @@ class InFolder : public TestSupport::InFolder {
   ~InFolder() override { allow_foreign_mapped_files(false); }
 };
 
+std::string already_open(const std::string& file) {
+  return "mmap file \"" + file + "\" is already open: a file belongs to one array at a time";
+}
+
 std::uint64_t page() { return Util::platform().page_size(); }
 
 void save(const std::shared_ptr<DataObj>& object, const std::string& path = "message") {
@@ -388,8 +392,7 @@ TYPED_TEST(MMapArrayOf, ComesBackByReference) {
 
 TYPED_TEST(MMapArrayOf, ASliceComesBackAsAView) {
   using T = TypeParam;
-  const auto array = mapped<T>(10);
-  save(array->slice(2, 3));
+  save(mapped<T>(10)->slice(2, 3));
   const auto view = load()->template get<MMapArray<T>>();
   EXPECT_TRUE(content<T>(view) == elements<T>(2, 5));
   EXPECT_ERROR(view->resize(9), "can't modify the size of an array slice");
@@ -590,6 +593,13 @@ TEST_F(MappedColumn, AFileThatIsTooShortIsReportedWhenItIsOpened) {
   EXPECT_FALSE(std::filesystem::exists("points.x"));
 }
 
+TEST_F(MappedColumn, OfTwoTablesAreNotOneFile) {
+  const auto points = frame();
+  append(*points, 5000);
+  EXPECT_ERROR(frame(), already_open("points.x"));
+  EXPECT_EQ(*points->get<MMapArray<double>>("x")->at(4999), 2499.5);
+}
+
 TEST_F(MappedColumn, TextsCannotBeMapped) {
   const auto schema = std::make_shared<Schema>("t", "const char*", 0x420u, find_factory("const char*", 0x400));
   EXPECT_ERROR(schema->vector_form(), "can't vectorize type 0x420 [string mmap]");
@@ -718,6 +728,8 @@ TEST_F(MMapVarArrays, ElementsThatWereNeverSetAreEmptyInTheFile) {
 
 TEST_F(MMapVarArrays, AWindowShowsAPartOfTheFiles) {
   letters()->close();
+  EXPECT_ERROR(MMapVarArray<char>(make_schema<char>("v", 0x40), "", 1, 2, 0, 3),
+               "the mapped values of \"v\" begin with value 0, its offsets with value 2");
   const auto window = std::make_shared<MMapVarArray<char>>(make_schema<char>("v", 0x40), "", 2, 2, 2, 3);
   EXPECT_EQ(window->base(), 2u);
   EXPECT_EQ(printed(*window), "v MMapVarArray[1] = [ [x y z] ]\n");
@@ -725,8 +737,6 @@ TEST_F(MMapVarArrays, AWindowShowsAPartOfTheFiles) {
   EXPECT_THROW(window->resize(4), StorageError::WindowViolation);
   window->truncate_rows(0);
   EXPECT_EQ(window->size(), 1u);
-  EXPECT_ERROR(MMapVarArray<char>(make_schema<char>("v", 0x40), "", 1, 2, 0, 3),
-               "the mapped values of \"v\" begin with value 0, its offsets with value 2");
   EXPECT_EQ(read_file("v.values"), "abxyz");
 }
 
@@ -779,6 +789,7 @@ TEST_F(MMapVarArrays, ANameThatAReaderWouldNotFindIsNotStored) {
   EXPECT_ERROR(data_message(array),
                "mapped variable array \"v\" can't be stored: its files are called \"elsewhere\", "
                "its schema says \"v\"");
+  array->close();
   const auto named = make_mapped_schema<char, 0x40>("v", "elsewhere");
   save(std::make_shared<MMapVarArray<char>>(named, "elsewhere"));
   EXPECT_EQ(load()->get<MMapVarArray<char>>()->base_name(), "elsewhere");

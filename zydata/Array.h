@@ -142,6 +142,11 @@ class ArrayBase2 : public ArrayBase {
              T default_value);
 
   std::uint64_t vector_size() const override { return d_vector->size(); }
+  /// Shows everything in another vector.
+  void take_vector(std::shared_ptr<VectorT> vector) {
+    d_vector = std::move(vector);
+    show_everything();
+  }
   /// A new array of the same class over `vector`.
   virtual std::shared_ptr<DataObj> view(std::shared_ptr<VectorT> vector, std::uint64_t start,
                                         std::uint64_t count) const = 0;

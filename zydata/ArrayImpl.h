@@ -192,8 +192,7 @@ void ArrayBase2<T, VectorT>::push_back(T value) {
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::reset() {
-  d_vector = d_vector->empty_like();
-  show_everything();
+  take_vector(d_vector->empty_like());
 }
 
 template <class T, class VectorT>

@@ -40,10 +40,12 @@ class MMapArray final : public ArrayBase2<T, MMapVector<T>> {
   /// An array whose file a message will name.
   static std::shared_ptr<MMapArray> for_loading(std::shared_ptr<Schema> schema);
 
-  /// Lets go of the file: it then holds exactly the elements, and the array is empty and can't grow any more. Slices
-  /// and other arrays over the same vector are affected as well. Throws Util::Error when the file could not be cut.
+  /// Lets go of the file: it then holds exactly the elements, and the array is empty and can't grow until
+  /// reset(). Slices and other arrays over the same vector are affected as well. Throws Util::Error when the file could
+  /// not be cut.
   void close() { this->vector()->close(); }
-  /// An array that holds its vector alone goes on in the same file.
+  /// An array that holds its vector alone goes on in the same file, also when it was closed. Throws Util::Error and
+  /// changes nothing when that file can't be opened again.
   void reset() override;  // 35
   /// Appends file name, window and view. Throws Util::Error for a file without a name.
   void describe(FrameList& parts, const std::shared_ptr<void>& owner) override;

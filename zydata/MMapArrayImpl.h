@@ -45,9 +45,12 @@ std::shared_ptr<DataObj> MMapArray<T>::view(std::shared_ptr<MMapVector<T>> vecto
 
 template <class T>
 void MMapArray<T>::reset() {
-  if (this->vector().use_count() > 1) return Base::reset();
-  this->vector()->ensure_open();
-  this->vector()->truncate(0);
+  MMapVector<T>& vector = *this->vector();
+  const bool nameless = vector.closed() && vector.storage().file_name().empty();
+  if (this->vector().use_count() > 1 || nameless) return Base::reset();
+  if (vector.closed()) return this->take_vector(std::make_shared<MMapVector<T>>(0, vector.storage()));
+  vector.ensure_open();
+  vector.truncate(0);
   this->show_everything();
 }
 

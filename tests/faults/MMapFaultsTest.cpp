@@ -185,6 +185,13 @@ TEST_F(MMapFaults, OpeningARegionNamesTheStepThatFailed) {
             "Resizing r to default size fails!\n    No space left on device");
   EXPECT_EQ(text_when(Operation::map, ENOMEM, open),
             "Mapping file r to memory in initialization fails!\n    Cannot allocate memory");
+  const auto open_behind = [] { MMapRegion(4, "r", 100, 5).open(); };
+  EXPECT_EQ(text_when(Operation::map, ENOMEM, open_behind),
+            "Mapping file r to memory in initialization fails!\n    Cannot allocate memory");
+  EXPECT_EQ(text_when(Operation::reserveBlocks, ENOSPC, open_behind),
+            "Resizing r to default size fails!\n    No space left on device");
+  EXPECT_ERROR(MMapRegion(4, "r", ~std::uint64_t{0} / 8).open(),
+               "Resizing r to default size fails!\n    File too large");
   EXPECT_EQ(std::filesystem::file_size("r"), 0u);
   write_file("r", "12345678");
   EXPECT_EQ(text_when(Operation::reserveBlocks, ENOSPC, [] { MMapRegion(4, "r", 0, 5).open(); }),
@@ -209,6 +216,23 @@ TEST_F(MMapFaults, ResizingARegionNamesTheStepThatFailedAndChangesNothing) {
   EXPECT_EQ(region.length(), 2u);
   resize();
   EXPECT_EQ(region.length(), 3000u);
+}
+
+TEST_F(MMapFaults, ARegionThatCannotShrinkKeepsItsElements) {
+  const std::string bytes(20000, 'x');
+  write_file("r", bytes);
+  MMapRegion region(4, "r");
+  region.open();
+  for (const Operation call :
+       {Operation::unmap, Operation::setFileSize, Operation::reserveBlocks, Operation::fileSize, Operation::map}) {
+    EXPECT_NE(text_when(call, ENOMEM, [&] { region.resize(10); }), "<nothing thrown>");
+    EXPECT_EQ(region.length(), 5000u);
+    EXPECT_TRUE(std::string(static_cast<char*>(region.data()), bytes.size()) == bytes);
+    EXPECT_TRUE(read_file("r") == bytes);
+  }
+  region.resize(10);
+  EXPECT_EQ(region.length(), 10u);
+  EXPECT_EQ(read_file("r"), bytes.substr(0, 40));
 }
 
 std::shared_ptr<MMapVarArray<int>> runs() {

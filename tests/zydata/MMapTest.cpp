@@ -170,6 +170,34 @@ TEST_F(MappedStorage, GrowsByPagesAndDoublesWithoutCopying) {
   EXPECT_EQ(std::filesystem::file_size("v"), 20000u);
 }
 
+TEST_F(MappedStorage, IsClosedUntilItIsNextAsked) {
+  VMMap storage(4, "s");
+  storage.release(storage.reallocate(nullptr, 0, 10, 0), 10, 3);
+  EXPECT_FALSE(storage.is_open());
+  EXPECT_EQ(storage.stored_length(), 3u);
+  EXPECT_NE(storage.reallocate(nullptr, 0, 5, 3), nullptr);
+  MMapRegion region(4, "r");
+  region.release(region.reallocate(nullptr, 0, 10, 0), 10, 3);
+  EXPECT_EQ(open_descriptors(), d_descriptors + 1);
+  EXPECT_EQ(region.stored_length(), 3u);
+  EXPECT_NE(region.reallocate(nullptr, 0, 5, 3), nullptr);
+}
+
+TEST_F(MappedStorage, OfNoNameHoldsNothingThatCouldBeFoundAgain) {
+  const auto copy = mapped<int>(3)->copy(0, 3)->get<MMapArray<int>>();
+  EXPECT_EQ(copy->vector()->storage().stored_length(), 0u);
+  EXPECT_EQ(content<int>(copy), elements<int>(0, 3));
+}
+
+TEST_F(MappedStorage, ElementsOfNoSizeEndTheProgram) {
+  struct Bare : VectorBase {
+    using VectorBase::grow_for_append;
+  } vector;
+  VMMap storage;
+  EXPECT_ASSERTION(vector.grow_for_append(storage, 1), "storage.element_size() > 0");
+  EXPECT_ASSERTION(MMapRegion(0, "u").open(), "unit > 0");
+}
+
 TEST_F(MappedStorage, ShrinkingAndGrowingWithZeroReadsZeros) {
   MMapVector<int> vector(0, MMap<int>("v"));
   vector.resize(100, 7);
@@ -419,6 +447,56 @@ TEST_F(MMapArrays, ReadAnyByteOfABool) {
   EXPECT_EQ(stream.str(), "[0 1 1 1]");
 }
 
+TEST_F(MMapArrays, AFileBelongsToOneOfThemAtATime) {
+  const auto array = mapped<int>(3);
+  const auto view = array->slice(1, 2);  // shares the vector
+  const auto again = [] { MMapArray<int>(make_schema<int>("a", kMapped), 0); };
+  EXPECT_ERROR(again(), already_open("a"));
+  EXPECT_EXIT(std::exit(TestSupport::error_text(again) == already_open("a") ? 0 : 1), testing::ExitedWithCode(0), "")
+      << "another process opened it";
+  std::filesystem::create_hard_link("a", "alias");
+  EXPECT_ERROR(mapped<int>(1, "alias"), already_open("alias"));
+  EXPECT_ERROR(MMapRegion(4, "a").open(), already_open("a"));
+  EXPECT_EQ(content<int>(array), elements<int>(0, 3));
+  array->close();
+  EXPECT_EQ(mapped<int>(1, "alias")->size(), 1u);
+}
+
+TEST_F(MMapArrays, WithoutElementsOrUnopenedAreClosedToo) {
+  const std::string closed = "mmap file \"a\" was closed by its vector";
+  const auto empty = mapped<int>(0);
+  empty->close();
+  EXPECT_EQ(open_descriptors(), d_descriptors);
+  EXPECT_ERROR(empty->push_back(1), closed);
+  save(mapped<int>(3));
+  const auto unopened = load()->get<MMapArray<int>>();
+  unopened->close();
+  EXPECT_EQ(unopened->size(), 0u);
+  EXPECT_ERROR(unopened->push_back(1), closed);
+  EXPECT_ERROR(unopened->resize(1), closed);
+  EXPECT_EQ(open_descriptors(), d_descriptors);
+  EXPECT_EQ(read_file("a"), bytes_of(elements<int>(0, 3)));
+}
+
+TEST_F(MMapArrays, ThatWereClosedStartAnewWithAReset) {
+  const auto array = mapped<int>(3);
+  for (int round = 0; round < 2; ++round) {  // the second time as one that was loaded
+    const auto target = round == 0 ? array : load()->get<MMapArray<int>>();
+    target->close();
+    target->reset();
+    EXPECT_EQ(target->size(), 0u);
+    target->push_back(5);
+    save(target);
+    target->close();
+    EXPECT_EQ(read_file("a"), bytes_of<int>({5}));
+  }
+  const auto copy = array->copy(0, 0)->get<MMapArray<int>>();
+  copy->close();
+  copy->reset();
+  copy->push_back(6);
+  EXPECT_EQ(content<int>(copy), std::vector<int>{6});
+}
+
 // --- loading ---------------------------------------------------------------------------------------------------------
 
 class LoadedMMapArray : public InFolder {
@@ -661,6 +739,12 @@ TYPED_TEST(MMapVarArrayOf, KeepsItsRunsInTwoFilesOfExactLength) {
   EXPECT_EQ(std::filesystem::file_size("v.offsets"), (kRuns + 6) * 4u);
   EXPECT_EQ(array->size(), 0u);
   EXPECT_THROW(array->append({}), StorageError::WindowViolation);
+  save(this->make());
+  const auto unopened = load()->template get<MMapVarArray<T>>();
+  unopened->close();
+  EXPECT_EQ(unopened->size(), 0u);
+  EXPECT_THROW(unopened->append({}), StorageError::WindowViolation);
+  EXPECT_EQ(open_descriptors(), this->d_descriptors);
 }
 
 TYPED_TEST(MMapVarArrayOf, ComesBackByReference) {
@@ -812,7 +896,7 @@ TEST_F(Regions, AreMappedFromTheirFirstElement) {
   EXPECT_EQ(std::filesystem::file_size("r"), 20000u);
 }
 
-TEST_F(Regions, StayClosedOnceTheirVectorLetsGo) {
+TEST_F(Regions, OfAClosedVectorStayClosed) {
   Vector<int, RegionMem<int>> vector(RegionMem<int>("r"));
   vector.push_back(5);
   vector.close();

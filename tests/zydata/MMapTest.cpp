@@ -19,6 +19,7 @@
 #include "zydata/MMapArray.h"
 #include "zydata/MMapVarArray.h"
 #include "zydata/MemoryData.h"
+#include "zydata/Record.h"
 #include "zydata/Schema.h"
 
 namespace ZyData {
@@ -587,6 +588,53 @@ TEST_F(LoadedMMapArray, KeepsTheFilesLengthUntilTheProgramChangesTheSize) {
   EXPECT_EQ(read_file("x"), bytes_of<int>({42, element<int>(1), element<int>(2), 9}));
   { loaded()->resize(1); }
   EXPECT_EQ(read_file("x"), bytes_of<int>({42}));
+}
+
+TEST_F(LoadedMMapArray, OpensNoFileThatIsOpen) {
+  const auto root = make_record("root");
+  root->add_field("a", mapped<int>(3, "x"));
+  root->add_field("b", mapped<int>(2, "y"));
+  root->add_field("runs", std::make_shared<MMapVarArray<int>>(make_schema<int>("runs", 0x40)));
+  auto frames = TestObjects::stored(root);
+  root->clear_hierarchy();
+  ASSERT_EQ(frames[6], "y");
+  const auto load_naming = [&](const std::string& file) {
+    frames[6] = file;
+    return TestObjects::loaded(frames);
+  };
+  root->get<MMapArray<int>>("a")->close();
+  root->get<MMapVarArray<int>>("runs")->close();
+  auto tree = load_naming("x");
+  const auto shown = tree->get<MMapArray<int>>("a");
+  EXPECT_EQ(shown->size(), 3u);
+  EXPECT_ERROR(tree->get<MMapArray<int>>("b")->resize(1), already_open("x"));
+  EXPECT_EQ(content<int>(shown), elements<int>(0, 3));
+  tree = load_naming("runs.offsets");
+  EXPECT_EQ(tree->get<MMapArray<int>>("b")->size(), 1u);
+  EXPECT_ERROR(tree->get<MMapVarArray<int>>("runs")->run(0), already_open("runs.offsets"));
+}
+
+TEST_F(LoadedMMapArray, HasASchemaThatMakesNoSecondOne) {
+  const auto record = make_record("record");
+  record->add_field("x", mapped<int>(3));
+  record->add_field("runs", make_schema<int>("runs", 0x40));
+  const auto frames = TestObjects::stored(record);
+  record->clear_hierarchy();
+  record->get<MMapArray<int>>("x")->close();
+  const auto tree = TestObjects::loaded(frames);
+  const std::string a = "no second object can be made from the stored schema of \"";
+  const std::string b = "\", whose elements lie in a file";
+  for (const std::string name : {"x", "runs"}) {
+    const std::string text = a + name + b;
+    const auto schema = tree->find_path(name)->schema();
+    EXPECT_ERROR(schema->factory()->create_from(schema), text);
+    EXPECT_ERROR(make_record("other")->add_field(name, schema), text);
+    const auto frame_schema = make_frame_schema("table");
+    EXPECT_ERROR(frame_schema->factory()->create_from(frame_schema)->add_field(name, schema), text);
+  }
+  const auto same = tree->schema()->clone(nullptr);
+  EXPECT_ERROR(same->factory()->create_from(same), a + "x" + b);
+  EXPECT_EQ(read_file("a"), bytes_of(elements<int>(0, 3)));
 }
 
 // --- mapped columns --------------------------------------------------------------------------------------------------

@@ -51,6 +51,7 @@ class MMapArray final : public ArrayBase2<T, MMapVector<T>> {
   void describe(FrameList& parts, const std::shared_ptr<void>& owner) override;
   /// Checks what a message brought, without opening the file.
   void finish() override;  // 32
+  /// Throws Util::Error for a view that no file can hold.
   void expect_rows(std::uint64_t rows) override;
 
  private:

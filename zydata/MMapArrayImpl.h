@@ -88,7 +88,9 @@ void MMapArray<T>::finish() {
 template <class T>
 void MMapArray<T>::expect_rows(std::uint64_t rows) {
   const std::uint64_t shown = std::min(rows, this->count());
-  if (!this->vector()->pending() || this->start() > ~shown) return;
+  if (!this->vector()->pending()) return;
+  if (this->start() > ~shown)
+    throw Util::Error("the stored view of mapped array \"%s\" is damaged", this->schema()->name().c_str());
   this->vector()->expect(this->start() + shown, this->count() > rows);
 }
 

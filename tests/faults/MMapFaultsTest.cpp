@@ -4,9 +4,11 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -15,6 +17,7 @@
 
 #include "tests/support/FaultyPlatform.h"
 #include "tests/support/TestSupport.h"
+#include "tests/zydata/TestObjects.h"
 #include "zydata/Factories.h"
 #include "zydata/MMapArray.h"
 #include "zydata/MMapRegion.h"
@@ -286,6 +289,29 @@ TEST_F(MMapFaults, WhatCannotBeCutIsNotStored) {
   EXPECT_EQ(text_when(Operation::openUnnamed, EMFILE, [&] { lists->copy(0, 1); }),
             "failed to open mmap file \"\"\n    Too many open files");
   EXPECT_EQ(lists->size(), 2u);
+}
+
+TEST_F(MMapFaults, NoViewInATableOpensItsFileDuringTheLoad) {
+  const auto schema = make_frame_schema("t");
+  const auto table = schema->factory()->create_from(schema);
+  table->add_field("c", make_mapped_schema<int, 0x21>("c", "c"));
+  for (int i = 0; i < 3; ++i) table->get<MMapArray<int>>("c")->push_back(i);
+  table->refresh();
+  auto frames = TestObjects::stored(table);
+  table->clear_hierarchy();
+  ASSERT_EQ(frames[6].size(), 24u);
+  constexpr std::uint64_t kAll = ~std::uint64_t{0};
+  d_platform.reset();
+  for (const std::uint64_t start : {std::uint64_t{0}, std::uint64_t{1}, kAll / 2, kAll - 2, kAll}) {
+    for (const std::uint64_t count : {std::uint64_t{0}, std::uint64_t{3}, kAll / 2 + 2, kAll}) {
+      std::memcpy(frames[6].data(), &start, 8);
+      std::memcpy(frames[6].data() + 8, &count, 8);
+      const std::string text = TestSupport::error_text([&] { TestObjects::loaded(frames); });
+      const bool damaged = start > kAll - std::min<std::uint64_t>(count, 3);
+      EXPECT_EQ(text == "the stored view of mapped array \"c\" is damaged", damaged) << start << ' ' << count;
+    }
+  }
+  EXPECT_EQ(d_platform.calls(Operation::openRegular), 0);
 }
 
 /// A limit on file sizes stands in for a disk that is full: reserving blocks meets it, too.

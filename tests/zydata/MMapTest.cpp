@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -327,6 +328,7 @@ TEST_F(MappedWindow, OnlyItsElementsCanBeReached) {
   EXPECT_OUTSIDE(array->append(*array));
   EXPECT_OUTSIDE(array->to_id_vector());
   EXPECT_OUTSIDE(array->value());
+  EXPECT_OUTSIDE(array->span());
   const int one = 1;
   EXPECT_OUTSIDE(array->assign(&one, 1));
   EXPECT_OUTSIDE(array->append_strided(&one, sizeof one, 1));
@@ -440,6 +442,8 @@ TEST_F(MMapArrays, ReadAnyByteOfABool) {
   EXPECT_EQ(array->to_id_vector(), (std::vector<std::int32_t>{0, 1, 1, 1}));
   EXPECT_EQ(array->get(2).as<bool>(), true);
   EXPECT_EQ(printed(*array), "a MMapArray[4] = [ 0 1 1 1 ]\n");
+  const auto copy = array->copy(0, 4);
+  EXPECT_EQ(std::string(static_cast<const char*>(copy->data()), 4), std::string("\0\1\1\1", 4));
   const auto in_memory = std::make_shared<Array<bool>>(make_schema<bool>("b", 1));
   in_memory->append(*array);
   EXPECT_EQ(in_memory->to_id_vector(), (std::vector<std::int32_t>{0, 1, 1, 1}));
@@ -568,6 +572,7 @@ TEST_F(LoadedMMapArray, RefusesADamagedExtent) {
     d_frames[4] = bytes;
     EXPECT_NE(TestSupport::error_text([&] { loaded(); }).find("is damaged"), std::string::npos);
   }
+  EXPECT_ERROR(loaded(), "the stored window of mmap file \"x\" (bytes 0 to 4, element size 4) is damaged");
   d_frames[4] = extent(static_cast<std::uint32_t>(page()), 0xffffffff, 4);  // a window beyond the file
   write_file("x", bytes_of(elements<int>(0, 3)));
   EXPECT_ERROR(loaded()->at(0), "failed to map file 'x' into memory\n    Invalid argument");
@@ -836,7 +841,7 @@ class MMapVarArrays : public InFolder {
 TEST_F(MMapVarArrays, OffsetsAndValuesStandAsTheyAre) {
   const auto array = letters();
   EXPECT_EQ(printed(*array), "v MMapVarArray[3] = [ [a b] [] [x y z] ]\n");
-  EXPECT_THROW(to_var_array<char>(array), Util::Error);
+  EXPECT_ERROR(to_var_array<char>(array), "Provided VarArrayBase object is not VarArray!\n");
   array->resize(5);
   array->set(3, {"q", 1});
   EXPECT_ERROR(array->set(1, {"q", 1}),
@@ -847,6 +852,48 @@ TEST_F(MMapVarArrays, OffsetsAndValuesStandAsTheyAre) {
   EXPECT_EQ(frames[3] + frames[4] + frames[5] + frames[6], bytes_of<std::uint64_t>({0, 6, 0, 6}));
   EXPECT_EQ(read_file("v.offsets"), bytes_of<std::int32_t>({0, 2, 2, 5, 6, 6}));
   EXPECT_EQ(read_file("v.values"), "abxyzq");
+}
+
+/// What another program may do to the offsets while they are mapped.
+TEST_F(MMapVarArrays, OffsetsThatChangeUnderAnOpenArrayEndTheProgram) {
+  const auto array = letters();  // 0, 2, 2, 5
+  const auto overwrite = [](int place, std::int32_t offset) {
+    std::fstream file("v.offsets", std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(place * 4).write(reinterpret_cast<const char*>(&offset), 4);
+  };
+  const std::string rising = "(*offsets)[i+offset] >= 0 and (*offsets)[i+offset+1] >= (*offsets)[i+offset]";
+  const std::string inside = "range.first <= held && range.size <= held - range.first";
+  overwrite(2, -1);
+  EXPECT_ASSERTION(array->run(1), rising);
+  EXPECT_ASSERTION(array->run(2), rising);
+  overwrite(2, 1);
+  EXPECT_ASSERTION(array->run(1), rising);
+  overwrite(2, 6);
+  EXPECT_ASSERTION(array->run(1), inside);
+  overwrite(2, 2);
+  overwrite(3, 6);
+  EXPECT_ASSERTION(array->run(2), inside);
+  EXPECT_ASSERTION(array->values(), inside);
+  EXPECT_ASSERTION(array->append({}), "offsets->back() == int(values->size())");
+  overwrite(3, 5);
+  EXPECT_EQ(array->run(2).size(), 3u);
+}
+
+TEST_F(MMapVarArrays, ReadAnyByteOfABool) {
+  write_file("b.offsets", bytes_of<std::int32_t>({0, 2}));
+  write_file("b.values", "\x02\x80");
+  const auto array = std::make_shared<MMapVarArray<bool>>(make_schema<bool>("b", 0x40));
+  VarArray<bool> target(make_schema<bool>("t", 0x5));
+  target.append(array->run(0));
+  target.push_back(array->get(0));
+  const Util::USpan<bool> run = array->run(0);
+  target.append_strided(&run, sizeof run, 1);
+  array->concat(*array);
+  const auto copy = array->copy(0, 1);
+  EXPECT_EQ(std::string(static_cast<const char*>(target.data()), 6), std::string(6, '\1'));
+  EXPECT_EQ(std::string(static_cast<const char*>(copy->data()), 2), std::string(2, '\1'));
+  array->close();
+  EXPECT_EQ(read_file("b.values"), "\x02\x80\x01\x01");
 }
 
 TEST_F(MMapVarArrays, ElementsThatWereNeverSetAreEmptyInTheFile) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -128,6 +129,10 @@ int Platform::open_unnamed(const std::string& folder) {
   const std::filesystem::path temporary = std::filesystem::temp_directory_path(error);
   return error ? -1 : create_unnamed(temporary);
 }
+
+int Platform::lock(int fd) { return ::flock(fd, LOCK_EX | LOCK_NB); }
+
+void Platform::unlock(int fd) { ::flock(fd, LOCK_UN); }
 
 std::int64_t Platform::file_size(int fd) {
   struct stat status {};

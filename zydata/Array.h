@@ -79,7 +79,7 @@ class ArrayBase2 : public ArrayBase {
   void concat(const DataObj& other) override { append(other); }                      // 16
   std::vector<std::int32_t> to_id_vector() const override;                           // 20
   void* address(int i) override { return at(i); }                                    // 21
-  void* data() override { return elements(); }                                       // 22
+  void* data() override { return elements(); }                                       // 22: as elements()
   void set(int i, const GenericValue& value) override { set(i, value.as<T>()); }     // 23
   GenericValue get(int i) const override;                                            // 24
   GenericValue value() const override;                                               // 25
@@ -103,10 +103,15 @@ class ArrayBase2 : public ArrayBase {
   /// Address of element `i`; throws Util::Error outside the array. Valid until the vector grows.
   T* at(int i);
   void set(int i, T value) { *at(i) = value; }
-  /// All shown elements, borrowed until the vector grows; null when there is no buffer.
+  /// All shown elements, borrowed until the vector grows; null when there is no buffer. Unchecked: of a mapped array
+  /// with a window, only the elements in the window are there, and the bytes of a mapped bool are as the file has them.
   T* elements();
   const T* elements() const;
-  std::span<const T> span() const { return {elements(), size()}; }
+  /// The same. Throws StorageError::WindowViolation unless all shown elements lie in the window.
+  std::span<const T> span() const {
+    if constexpr (VectorT::kMapped) check_shown_in_window();
+    return {elements(), size()};
+  }
 
   /// Sets the number of elements; new ones get the default value. Throws Util::Error on a slice.
   void resize(std::uint64_t n);
@@ -142,6 +147,11 @@ class ArrayBase2 : public ArrayBase {
              T default_value);
 
   std::uint64_t vector_size() const override { return d_vector->size(); }
+  /// Shows everything in another vector.
+  void take_vector(std::shared_ptr<VectorT> vector) {
+    d_vector = std::move(vector);
+    show_everything();
+  }
   /// A new array of the same class over `vector`.
   virtual std::shared_ptr<DataObj> view(std::shared_ptr<VectorT> vector, std::uint64_t start,
                                         std::uint64_t count) const = 0;

@@ -34,7 +34,10 @@ std::shared_ptr<DataObj> ArrayBase2<T, VectorT>::copy(std::uint64_t first, std::
   const std::uint64_t shown = shown_elements(first, count);
   if (shown > 0) d_vector->check_window(first, first + shown - 1);
   std::shared_ptr<VectorT> elements = d_vector->empty_like();
-  if (shown > 0) elements->append(d_vector->data() + first, shown);
+  if (shown > 0) {
+    elements->append(d_vector->data() + first, shown);
+    normalise_loaded(elements->data(), shown);
+  }
   return view(std::move(elements), 0, kToTheEnd);
 }
 
@@ -66,12 +69,7 @@ GenericValue ArrayBase2<T, VectorT>::get(int i) const {
 template <class T, class VectorT>
 GenericValue ArrayBase2<T, VectorT>::value() const {
   check_shown_in_window();
-  if constexpr (std::is_same_v<T, bool> && VectorT::kMapped) {
-    const std::uint64_t count = size();
-    const auto values = std::make_unique<bool[]>(count);
-    for (std::uint64_t i = 0; i < count; ++i) values[i] = value_at(start() + i);
-    return GenericValue(values.get(), count);
-  }
+  if constexpr (std::is_same_v<T, bool> && VectorT::kMapped) return checked_copy(elements(), size());
   return GenericValue(elements(), size(), NoCopy());
 }
 
@@ -192,8 +190,7 @@ void ArrayBase2<T, VectorT>::push_back(T value) {
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::reset() {
-  d_vector = d_vector->empty_like();
-  show_everything();
+  take_vector(d_vector->empty_like());
 }
 
 template <class T, class VectorT>

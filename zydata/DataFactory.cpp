@@ -4,6 +4,17 @@
 #include "zydata/Kind.h"
 
 namespace ZyData {
+namespace {
+
+thread_local bool content_expected = false;
+
+}  // namespace
+
+ReceivedContent::ReceivedContent() { content_expected = true; }
+
+ReceivedContent::~ReceivedContent() { content_expected = false; }
+
+bool ReceivedContent::is_expected() { return content_expected; }
 
 std::shared_ptr<DataObj> DataFactory::create_from(const std::shared_ptr<Schema>& schema) const {
   return create(schema);

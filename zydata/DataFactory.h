@@ -25,6 +25,18 @@ struct FactoryKey {
   friend auto operator<=>(const FactoryKey&, const FactoryKey&) = default;
 };
 
+/// While one lives, this thread builds the object of a message: factories that the message brought make objects that
+/// wait for their content.
+class CORVANE_API ReceivedContent {
+ public:
+  ReceivedContent();
+  ~ReceivedContent();
+  ReceivedContent(const ReceivedContent&) = delete;
+  ReceivedContent& operator=(const ReceivedContent&) = delete;
+
+  static bool is_expected();
+};
+
 class CORVANE_API DataFactory {
  public:
   /// A new, empty object of this factory's type and kind, described by `schema`.

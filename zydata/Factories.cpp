@@ -4,6 +4,15 @@
 #include "zydata/Schema.h"
 
 namespace ZyData {
+namespace {
+
+/// The file belongs to the object that was loaded with the schema, and a new object would empty it.
+[[noreturn]] void throw_names_foreign_file(const Schema& schema) {
+  throw Util::Error("no second object can be made from the stored schema of \"%s\", whose elements lie in a file",
+                    schema.name().c_str());
+}
+
+}  // namespace
 
 FamilyFactory::FamilyFactory(std::string type_name, std::uint32_t kind, ParameterLayout layout, CreateFunction creator,
                              FactoryParameters parameters)
@@ -16,7 +25,8 @@ FamilyFactory::FamilyFactory(std::string type_name, std::uint32_t kind, Paramete
 std::shared_ptr<DataObj> FamilyFactory::create(std::shared_ptr<Schema> schema) const {
   if (!d_from_file) return d_create(std::move(schema), d_parameters);
   FactoryParameters parameters(0, d_parameters.text, d_parameters.file_name);
-  parameters.stored = true;
+  parameters.stored = ReceivedContent::is_expected();
+  if (!parameters.stored && (kind() & kKindInFile) != 0) throw_names_foreign_file(*schema);
   return d_create(std::move(schema), parameters);
 }
 
@@ -24,7 +34,9 @@ std::shared_ptr<DataFactory> FamilyFactory::vector_factory(std::uint32_t kind, s
   const std::uint32_t vector = vector_kind(kind);
   const auto prototype = std::static_pointer_cast<FamilyFactory>(find_factory_or_null(d_type_name, vector));
   if (vector == 0 || prototype == nullptr) throw_cannot_vectorize(kind);
-  return prototype->with({initial_count, d_parameters.text, d_parameters.file_name});
+  auto factory = prototype->with({initial_count, d_parameters.text, d_parameters.file_name});
+  factory->d_from_file = d_from_file && (vector & kKindInFile) != 0;
+  return factory;
 }
 
 void FamilyFactory::write_parameters(Util::ByteWriter& writer) const {

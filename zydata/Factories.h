@@ -45,7 +45,7 @@ struct FactoryParameters {
   std::uint64_t initial_count;  // elements of a new object
   std::string text;             // a default value as decimal text, or ""
   std::string file_name;        // of a mapped array, base name of a mapped variable array; "": the schema's name
-  bool stored = false;          // the object's content comes from a message
+  bool stored = false;          // the object's content will come from a message
 };
 
 using CreateFunction = std::shared_ptr<DataObj> (*)(std::shared_ptr<Schema> schema,
@@ -70,7 +70,7 @@ class CORVANE_API FamilyFactory final : public DataFactory {
   ParameterLayout d_layout;
   CreateFunction d_create;
   FactoryParameters d_parameters;
-  bool d_from_file = false;  // a stored count is kept to be stored again; the object's size comes with its storage
+  bool d_from_file = false;  // count and file name are claims: objects start without elements, and name no new file
 };
 
 template <class T>

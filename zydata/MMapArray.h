@@ -1,8 +1,9 @@
 // Fixed-size arrays in a mapped file.
 //
 // An MMapArray<T> behaves like an Array<T>; its elements are the bytes of its file. Nothing else may change the file
-// while an array has it open: two arrays over one file would cut it under each other. copy(), and reset() of an array
-// that shares its vector, therefore go on in a file without a name, which goes with the array.
+// while an array has it open: two arrays over one file would cut it under each other. Opening it a second time
+// therefore throws Util::Error, and copy(), and reset() of an array that shares its vector, go on in a file without a
+// name, which goes with the array.
 //
 // In a message a mapped array travels by reference: file name, window, and which elements it shows. Its elements are in
 // their own file already; a message is of use only together with that file. A loaded array opens the file on first
@@ -39,15 +40,18 @@ class MMapArray final : public ArrayBase2<T, MMapVector<T>> {
   /// An array whose file a message will name.
   static std::shared_ptr<MMapArray> for_loading(std::shared_ptr<Schema> schema);
 
-  /// Lets go of the file: it then holds exactly the elements, and the array is empty and can't grow any more. Slices
-  /// and other arrays over the same vector are affected as well. Throws Util::Error when the file could not be cut.
+  /// Lets go of the file: it then holds exactly the elements, and the array is empty and can't grow until
+  /// reset(). Slices and other arrays over the same vector are affected as well. Throws Util::Error when the file could
+  /// not be cut.
   void close() { this->vector()->close(); }
-  /// An array that holds its vector alone goes on in the same file.
+  /// An array that holds its vector alone goes on in the same file, also when it was closed. Throws Util::Error and
+  /// changes nothing when that file can't be opened again.
   void reset() override;  // 35
   /// Appends file name, window and view. Throws Util::Error for a file without a name.
   void describe(FrameList& parts, const std::shared_ptr<void>& owner) override;
   /// Checks what a message brought, without opening the file.
   void finish() override;  // 32
+  /// Throws Util::Error for a view that no file can hold.
   void expect_rows(std::uint64_t rows) override;
 
  private:

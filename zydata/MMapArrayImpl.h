@@ -45,9 +45,12 @@ std::shared_ptr<DataObj> MMapArray<T>::view(std::shared_ptr<MMapVector<T>> vecto
 
 template <class T>
 void MMapArray<T>::reset() {
-  if (this->vector().use_count() > 1) return Base::reset();
-  this->vector()->ensure_open();
-  this->vector()->truncate(0);
+  MMapVector<T>& vector = *this->vector();
+  const bool nameless = vector.closed() && vector.storage().file_name().empty();
+  if (this->vector().use_count() > 1 || nameless) return Base::reset();
+  if (vector.closed()) return this->take_vector(std::make_shared<MMapVector<T>>(0, vector.storage()));
+  vector.ensure_open();
+  vector.truncate(0);
   this->show_everything();
 }
 
@@ -85,7 +88,9 @@ void MMapArray<T>::finish() {
 template <class T>
 void MMapArray<T>::expect_rows(std::uint64_t rows) {
   const std::uint64_t shown = std::min(rows, this->count());
-  if (!this->vector()->pending() || this->start() > ~shown) return;
+  if (!this->vector()->pending()) return;
+  if (this->start() > ~shown)
+    throw Util::Error("the stored view of mapped array \"%s\" is damaged", this->schema()->name().c_str());
   this->vector()->expect(this->start() + shown, this->count() > rows);
 }
 

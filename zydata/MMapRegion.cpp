@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "util/Assert.h"
 #include "util/Error.h"
 #include "util/Platform.h"
 #include "zydata/MMapStorage.h"
 
 namespace ZyData {
 namespace {
-
-constexpr const char* kOpenFailed = "failed to open mmap file \"%s\"";
 
 /// Sums and products of claims: the largest number instead of one that does not fit.
 std::uint64_t saturated_product(std::uint64_t a, std::uint64_t b) {
@@ -29,20 +28,21 @@ const MMapRegion::Failure MMapRegion::kMapFailed{"Mapping file ", " to memory in
 const MMapRegion::Failure MMapRegion::kMapFailedInResize{"Mapping file ", " to memory in resize step fails!"};
 
 MMapRegion::MMapRegion(std::uint64_t unit, std::string file_name, std::uint64_t first, std::uint64_t length)
-    : d_unit(unit), d_first(first), d_length(length), d_file_name(std::move(file_name)) {}
+    : d_unit(unit), d_first(first), d_length(length), d_file_name(std::move(file_name)) {
+  UTIL_ASSERT(unit > 0);
+}
 
 MMapRegion::MMapRegion(const MMapRegion& other, std::uint64_t unit) : MMapRegion(unit, "") {
   d_pending = false;
-  d_unnamed = d_reaches_end = true;
+  d_reaches_end = true;
   d_length = 0;
-  if (d_file.open_unnamed(folder_of(other.d_file_name))) return;
-  const int error_number = errno;
-  throw Util::Error(error_number, kOpenFailed, "");
+  if (!d_file.open_unnamed(folder_of(other.d_file_name))) throw_open_failed(errno, "");
 }
 
 MMapRegion::~MMapRegion() = default;
 
 void MMapRegion::open() {
+  if (d_file.is_open()) return;
   try {
     open_file();
     open_view();
@@ -55,65 +55,83 @@ void MMapRegion::open() {
 
 void MMapRegion::open_view() {
   const std::uint64_t page = Util::platform().page_size();
-  const std::uint64_t old_bytes = d_file_bytes = query_size(kNoInfo);
+  const std::uint64_t old_bytes = query_size(kNoInfo);
   d_begin = saturated_product(d_unit, d_first) / page * page;
-  const std::uint64_t length = prepare_file();
+  const std::uint64_t length = length_to_map(old_bytes);
   const std::uint64_t end = end_bytes(length);
-  if (end > d_file_bytes && !d_file.set_length(end, d_file_bytes)) fail(errno, kMapFailed);
+  const bool grows = end > old_bytes;
+  if (grows && !d_file.set_length(end, old_bytes)) fail(errno, old_bytes == 0 ? kNoDefaultSize : kMapFailed);
   MappedView view;
   if (length > 0 || !d_referenced) {
     view = map(length);
     const int error_number = errno;
-    if (!view) d_file.restore_length(old_bytes);
+    if (!view && grows) d_file.restore_length(old_bytes);
     if (!view) fail(error_number, kMapFailed);
   }
-  d_file_bytes = std::max(end, d_file_bytes);
-  d_resized = d_file_bytes != old_bytes;
-  d_reaches_end = d_file_bytes / d_unit == d_first + length;
+  d_resized = grows;
+  d_reaches_end = std::max(end, old_bytes) / d_unit == d_first + length;
   d_length = length;
   take(std::move(view));
 }
 
+// The file is cut last, because nothing brings back what a cut has taken.
 void MMapRegion::resize(std::uint64_t new_length) {
   if (new_length < d_first) fail(EINVAL, kResizeFailed);
-  if (!d_file.set_length(saturated_product(new_length, d_unit), d_file_bytes)) fail(errno, kResizeFailed);
+  const std::uint64_t bytes = saturated_product(new_length, d_unit);
+  const std::uint64_t old_bytes = query_size(kNoInfoInResize);
+  const bool grows = bytes > old_bytes;
+  if (grows && !d_file.set_length(bytes, old_bytes)) fail(errno, kResizeFailed);
   try {
-    const std::uint64_t file_bytes = query_size(kNoInfoInResize);
-    const std::uint64_t length = (file_bytes - d_first * d_unit) / d_unit;
-    MappedView view = map(length);
-    if (!view) fail(errno, kMapFailedInResize);
-    if (!d_view.unmap()) throw Util::Error(errno, "Unmapping in resize step fails");
-    take(std::move(view));
-    d_length = length;
-    d_file_bytes = file_bytes;
-    d_resized = true;
+    view_anew(new_length - d_first);
   } catch (...) {
-    d_file.restore_length(d_file_bytes);
+    if (grows) d_file.restore_length(old_bytes);
     throw;
   }
+  if (!grows && !d_file.set_length(bytes, old_bytes)) {
+    const int error_number = errno;
+    MappedView old_view = map(d_length);
+    if (old_view) {
+      take(std::move(old_view));
+    } else {
+      d_length = new_length - d_first;  // all that the new view shows
+    }
+    fail(error_number, kResizeFailed);
+  }
+  d_length = new_length - d_first;
+  d_resized = true;
+}
+
+void MMapRegion::view_anew(std::uint64_t length) {
+  MappedView view = map(length);
+  if (!view) fail(errno, kMapFailedInResize);
+  if (!d_view.unmap()) throw Util::Error(errno, "Unmapping in resize step fails");
+  take(std::move(view));
 }
 
 std::uint64_t MMapRegion::stored_length() {
-  if (d_unnamed) return d_length;
-  if (d_pending) open();
+  if (d_file_name.empty()) return 0;
+  open();
   return d_length;
 }
 
 std::uint64_t MMapRegion::min_capacity() const { return Util::platform().page_size() / d_unit; }
 
 void* MMapRegion::reallocate(void*, std::uint64_t, std::uint64_t new_capacity, std::uint64_t) {
-  if (d_released) throw Util::Error("mmap file \"%s\" was closed by its vector", d_file_name.c_str());
+  open();
   resize(saturated_sum(d_first, new_capacity));
   return d_data;
 }
 
 void MMapRegion::release(void*, std::uint64_t, std::uint64_t size) {
+  d_pending = false;
   if (!d_file.is_open()) return;
   take({});
   const bool cut = keeps_length(size) || d_file.cut((d_first + size) * d_unit);
   const int error_number = errno;
   d_file.close();
-  d_released = true;
+  d_length = d_referenced ? size : kWholeFile;
+  d_resized = false;
+  d_adopted = 0;
   if (!cut) fail(error_number, kResizeFailed);
 }
 
@@ -137,23 +155,20 @@ void MMapRegion::unmap_stored() noexcept {
 }
 
 void MMapRegion::cut_to(std::uint64_t size) {
-  const std::uint64_t bytes = (d_first + size) * d_unit;
-  if (!d_file.cut(bytes)) fail(errno, kResizeFailed);
-  d_file_bytes = bytes;
+  if (!d_file.cut((d_first + size) * d_unit)) fail(errno, kResizeFailed);
   d_length = size;
   d_resized = true;
 }
 
-// A file that can't be opened is reported by the query of its size; one that data from outside have named, here.
+// A file that can't be opened is reported by the query of its size; one that is open already, or that data from outside
+// have named, here.
 void MMapRegion::open_file() {
   if (!d_referenced) {
-    d_file.open(d_file_name);
+    if (!d_file.open(d_file_name) && errno == EWOULDBLOCK) throw_open_failed(errno, d_file_name);
     return;
   }
   check_referenced_name(d_file_name);
-  if (d_file.open_referenced(d_file_name, foreign_mapped_files_allowed())) return;
-  const int error_number = errno;
-  throw Util::Error(error_number, kOpenFailed, d_file_name.c_str());
+  if (!d_file.open_referenced(d_file_name, foreign_mapped_files_allowed())) throw_open_failed(errno, d_file_name);
 }
 
 std::uint64_t MMapRegion::query_size(const Failure& failure) const {
@@ -162,33 +177,26 @@ std::uint64_t MMapRegion::query_size(const Failure& failure) const {
   return static_cast<std::uint64_t>(bytes);
 }
 
-/// The elements to map. An empty file gets its first bytes.
-std::uint64_t MMapRegion::prepare_file() {
+std::uint64_t MMapRegion::length_to_map(std::uint64_t file_bytes) const {
   if (d_referenced) {
-    check_holds_reference();
+    check_holds_reference(file_bytes);
     return d_length;
   }
-  if (d_file_bytes > 0) {
-    check_begin();
-    return d_length == kWholeFile ? (d_file_bytes - d_unit * d_first) / d_unit : d_length;
-  }
-  const std::uint64_t length = d_length == kWholeFile ? 1 : d_length;
-  const std::uint64_t bytes = saturated_product(d_unit, length);
-  if (!d_file.set_length(bytes, 0)) fail(errno, kNoDefaultSize);
-  d_file_bytes = bytes;
-  return length;
+  if (file_bytes == 0) return d_length == kWholeFile ? 1 : d_length;
+  check_begin(file_bytes);
+  return d_length == kWholeFile ? (file_bytes - d_unit * d_first) / d_unit : d_length;
 }
 
-void MMapRegion::check_begin() const {
-  const bool unknown_end_before_begin = d_length == kWholeFile && saturated_product(d_unit, d_first) > d_file_bytes;
-  if (d_file_bytes > d_begin && !unknown_end_before_begin) return;
+void MMapRegion::check_begin(std::uint64_t file_bytes) const {
+  const bool unknown_end_before_begin = d_length == kWholeFile && saturated_product(d_unit, d_first) > file_bytes;
+  if (file_bytes > d_begin && !unknown_end_before_begin) return;
   throw Util::Error("File %s size is less than the offset!", d_file_name.c_str());
 }
 
-void MMapRegion::check_holds_reference() const {
-  if (end_bytes(d_length) <= d_file_bytes) return;
+void MMapRegion::check_holds_reference(std::uint64_t file_bytes) const {
+  if (end_bytes(d_length) <= file_bytes) return;
   throw Util::Error("mapped file \"%s\" holds %lu elements, the data that refer to it have %lu", d_file_name.c_str(),
-                    static_cast<unsigned long>(d_file_bytes / d_unit),
+                    static_cast<unsigned long>(file_bytes / d_unit),
                     static_cast<unsigned long>(saturated_sum(d_first, d_length)));
 }
 

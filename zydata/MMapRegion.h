@@ -23,17 +23,18 @@ class CORVANE_API MMapRegion : public VStorageBase {
  public:
   static constexpr bool kMapped = true;
 
-  /// A region of elements of `unit` bytes in `file_name`, opened by stored_length() or open().
+  /// A region of elements of `unit` bytes, at least 1, in `file_name`, opened by stored_length(), reallocate() or
+  /// open().
   MMapRegion(std::uint64_t unit, std::string file_name, std::uint64_t first = 0, std::uint64_t length = kWholeFile);
   MMapRegion(MMapRegion&&) noexcept = default;
   MMapRegion(const MMapRegion&) = delete;
   MMapRegion& operator=(MMapRegion&&) = delete;
 
   /// Opens and maps the file, creating it when there is none. An empty file gets the length asked for, one element when
-  /// none was. Throws Util::Error.
+  /// none was. Throws Util::Error and leaves the file's length as it was. Nothing happens while it is open.
   void open();
   /// Sets the file's length to `new_length` elements, counted from the file's start, and maps it anew. When it throws
-  /// Util::Error, file and view are as they were.
+  /// Util::Error, file and elements are as they were; only after a cut that failed they may lie at another address.
   void resize(std::uint64_t new_length);
 
   const std::string& file_name() const { return d_file_name; }
@@ -89,11 +90,14 @@ class CORVANE_API MMapRegion : public VStorageBase {
   void open_file();
   void open_view();
   std::uint64_t query_size(const Failure& failure) const;
-  std::uint64_t prepare_file();
-  void check_begin() const;
-  void check_holds_reference() const;
+  /// Elements of a file of `file_bytes` bytes; the one or those asked for of an empty one.
+  std::uint64_t length_to_map(std::uint64_t file_bytes) const;
+  void check_begin(std::uint64_t file_bytes) const;
+  void check_holds_reference(std::uint64_t file_bytes) const;
   std::uint64_t end_bytes(std::uint64_t length) const;
   MappedView map(std::uint64_t length) const;
+  /// Replaces the view by one of `length` elements, or throws Util::Error and changes nothing.
+  void view_anew(std::uint64_t length);
   void take(MappedView view);
   [[noreturn]] void fail(int error_number, const Failure& failure) const;
 
@@ -104,16 +108,13 @@ class CORVANE_API MMapRegion : public VStorageBase {
   std::uint64_t d_length;  // mapped elements; kWholeFile until the file is open
   void* d_data = nullptr;  // address of element d_first
   MappedFile d_file;
-  std::uint64_t d_file_bytes = 0;  // the file's length when it was last asked for or set
-  std::uint64_t d_begin = 0;       // bytes: where the view begins, at a page
-  std::string d_file_name;         // "": a file without a name
+  std::uint64_t d_begin = 0;  // bytes: where the view begins, at a page
+  std::string d_file_name;    // "": a file without a name
   MappedView d_view;
 
   bool d_pending = true;        // nothing opened yet
   bool d_referenced = false;    // named by a message
-  bool d_unnamed = false;       // the file has no name
   bool d_reaches_end = false;   // the file ends with the region
-  bool d_released = false;      // the vector has let go
   bool d_resized = false;       // this region has set the file's length
   std::uint64_t d_adopted = 0;  // elements of the vector when the file was opened
 };

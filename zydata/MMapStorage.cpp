@@ -18,7 +18,6 @@ constexpr std::uint64_t kMostBytes = 0xffffffff;  // of one file, because window
 constexpr const char* kRequested = "requested size";
 constexpr const char* kVectorLength = "vector length";
 constexpr const char* kMapFailed = "failed to map file '%s' into memory";
-constexpr const char* kOpenFailed = "failed to open mmap file \"%s\"";
 
 std::atomic<bool> foreign_files_allowed{false};
 
@@ -83,7 +82,7 @@ bool VMMap::in_window(std::uint64_t index) const {
 }
 
 std::uint64_t VMMap::stored_length() {
-  if (d_file_name.empty() && !d_file.is_open()) return 0;
+  if (d_file_name.empty()) return 0;
   ensure_open();
   const std::int64_t bytes = d_file.size();
   const int error_number = errno;
@@ -115,19 +114,22 @@ void* VMMap::reallocate(void* /*old_data*/, std::uint64_t /*old_capacity*/, std:
   if (!grows && !d_file.set_length(bytes, old_bytes)) fail_resize(errno, kRequested, bytes);
   replace_view(std::move(view));
   d_resized = true;
+  d_pending = false;
   if (!d_view) return nullptr;
   clear_partial_element(old_bytes);
   return address();
 }
 
 void VMMap::release(void* /*data*/, std::uint64_t capacity, std::uint64_t size) {
+  d_pending = false;
   if (!d_file.is_open()) return;
   replace_view({});
   const std::uint64_t bytes = size * d_extent.element_size;
   const bool fits = keeps_length(size) || capacity <= size || d_file.cut(bytes);
   const int error_number = errno;
   d_file.close();
-  d_released = true;
+  d_resized = false;
+  d_adopted = 0;
   if (!fits) fail_resize(error_number, kVectorLength, bytes);
 }
 
@@ -182,18 +184,15 @@ void VMMap::cut_to(std::uint64_t size) {
 
 void VMMap::become_unnamed_beside(const VMMap& other) {
   if (d_file.open_unnamed(folder_of(other.d_file_name))) return;
-  const int error_number = errno;
-  throw Util::Error(error_number, kOpenFailed, "");
+  throw_open_failed(errno, "");
 }
 
 void VMMap::ensure_open() {
   if (d_file.is_open()) return;
-  if (d_released) throw Util::Error("mmap file \"%s\" was closed by its vector", d_file_name.c_str());
   if (d_referenced) check_referenced_name(d_file_name);
   const bool opened =
       d_referenced ? d_file.open_referenced(d_file_name, foreign_mapped_files_allowed()) : d_file.open(d_file_name);
-  const int error_number = errno;
-  if (!opened) throw Util::Error(error_number, kOpenFailed, d_file_name.c_str());
+  if (!opened) throw_open_failed(errno, d_file_name);
 }
 
 /// The bytes of `count` elements. More than the window bounds can express are refused.

@@ -1,9 +1,10 @@
 // Mapped files as a storage backend: elements that live in a file and are seen through a shared view of it.
 //
 // The file holds element i at byte i * element size, nothing else. It is opened when it is first needed and closed when
-// the vector lets go; then it holds exactly the vector's elements. A window restricts a vector to a range of the file:
-// only that range is mapped. Window bounds are 32-bit byte offsets, so the elements of one file lie below 4 GiB; a
-// request beyond that is refused before the file is touched.
+// the vector lets go; then it holds exactly the vector's elements, and a later stored_length() or reallocate() opens it
+// again. While it is open it is locked: opening it a second time, under whatever name, throws Util::Error. A window
+// restricts a vector to a range of the file: only that range is mapped. Window bounds are 32-bit byte offsets, so the
+// elements of one file lie below 4 GiB; a request beyond that is refused before the file is touched.
 //
 // A storage that was loaded from a message names a file that somebody else wrote. It opens that file on first access
 // only, as it is: a regular file, never created, and of unchanged length until the program changes the number of its
@@ -131,7 +132,6 @@ class CORVANE_API VMMap : public VStorageBase {
   std::uint64_t d_first_inside = 0;         // first element for contains()
   std::uint64_t d_inside = 0;               // elements for contains()
   int d_unmap_error = 0;                    // errno
-  bool d_released = false;                  // the vector has let go: the file stays as it is
   bool d_referenced = false;                // name and window come from a message
   bool d_pending = false;                   // referenced, and not yet needed
   bool d_resized = false;                   // this storage has set the file's length

@@ -64,14 +64,24 @@ bool MappedFile::open(const std::string& name) {
     errno = EINVAL;
     return false;
   }
-  d_fd = Util::platform().open_or_create(name.c_str(), kFilePermissions);
-  if (d_fd < 0) d_fd = Util::platform().open_existing(name.c_str());
-  return d_fd >= 0;
+  const int fd = Util::platform().open_or_create(name.c_str(), kFilePermissions);
+  return take(fd >= 0 ? fd : Util::platform().open_existing(name.c_str()));
 }
 
 bool MappedFile::open_referenced(const std::string& name, bool follow_link) {
-  d_fd = Util::platform().open_regular(name.c_str(), follow_link);
-  return d_fd >= 0;
+  return take(Util::platform().open_regular(name.c_str(), follow_link));
+}
+
+bool MappedFile::take(int fd) {
+  if (fd < 0) return false;
+  if (Util::platform().lock(fd) != 0) {
+    const int error_number = errno;
+    Util::platform().close(fd);
+    errno = error_number;
+    return false;
+  }
+  d_fd = fd;
+  return true;
 }
 
 bool MappedFile::open_unnamed(const std::string& folder) {
@@ -79,8 +89,11 @@ bool MappedFile::open_unnamed(const std::string& folder) {
   return d_fd >= 0;
 }
 
+// Unlocked first, because a process that was forked meanwhile may still have the descriptor, and with it the lock.
 void MappedFile::close() noexcept {
-  if (d_fd >= 0) Util::platform().close(d_fd);
+  if (d_fd < 0) return;
+  Util::platform().unlock(d_fd);
+  Util::platform().close(d_fd);
   d_fd = -1;
 }
 
@@ -102,6 +115,13 @@ void MappedFile::restore_length(std::uint64_t length) noexcept {
   const int error_number = errno;
   cut(length);
   errno = error_number;
+}
+
+void throw_open_failed(int error_number, const std::string& file_name) {
+  if (error_number == EWOULDBLOCK) {
+    throw Util::Error("mmap file \"%s\" is already open: a file belongs to one array at a time", file_name.c_str());
+  }
+  throw Util::Error(error_number, "failed to open mmap file \"%s\"", file_name.c_str());
 }
 
 std::string folder_of(const std::string& file_name) {

@@ -34,6 +34,7 @@ class CORVANE_API MappedView {
   std::uint64_t d_length = 0;
 };
 
+/// An open file is locked, so that no other vector, in this process or another, opens it by its name meanwhile.
 class CORVANE_API MappedFile {
  public:
   MappedFile() = default;
@@ -44,7 +45,7 @@ class CORVANE_API MappedFile {
   bool is_open() const { return d_fd != -1; }
   int fd() const { return d_fd; }
 
-  /// Opens or creates the file.
+  /// Opens or creates the file. EWOULDBLOCK: somebody has it open.
   bool open(const std::string& name);
   /// Opens a regular file that exists.
   bool open_referenced(const std::string& name, bool follow_link);
@@ -62,8 +63,13 @@ class CORVANE_API MappedFile {
   void restore_length(std::uint64_t length) noexcept;
 
  private:
+  bool take(int fd);
+
   int d_fd = -1;  // -1: not open
 };
+
+/// Throws the Util::Error of a file that could not be opened.
+[[noreturn]] void throw_open_failed(int error_number, const std::string& file_name);
 
 /// The folder part of a file name, "." when it has none.
 std::string folder_of(const std::string& file_name);

@@ -36,6 +36,18 @@ T checked_value(const T& value) {
   }
 }
 
+/// A copy of values in memory that a file may have filled.
+template <class T>
+GenericValue checked_copy(const T* values, std::uint64_t count) {
+  if constexpr (std::is_same_v<T, bool>) {
+    const auto checked = std::make_unique<bool[]>(count);
+    for (std::uint64_t i = 0; i < count; ++i) checked[i] = checked_value(values[i]);
+    return GenericValue(checked.get(), count);
+  } else {
+    return GenericValue(values, count);
+  }
+}
+
 template <class T>
 class Value final : public DataObj {
  public:

@@ -48,11 +48,20 @@ typename RunTable<Memory>::Range RunTable<Memory>::range(std::uint64_t i) const 
   const std::uint64_t k = start() + i;
   UTIL_ASSERT(i < size());
   if (k >= d_offsets->filled) return {};  // its offsets may not have been written yet
-  const std::int32_t first = d_offsets->entries[k];
-  const std::int32_t end = d_offsets->entries[k + 1];
+  return between(d_offsets->entries[k], d_offsets->entries[k + 1]);
+}
+
+// Offsets in a file are checked again whenever they are used: something else may have written into the file.
+template <class Memory>
+typename RunTable<Memory>::Range RunTable<Memory>::between(std::int32_t first, std::int32_t end) const {
   UTIL_ASSERT_TEXT(first >= 0 && end >= first,
                    "(*offsets)[i+offset] >= 0 and (*offsets)[i+offset+1] >= (*offsets)[i+offset]");
-  return {static_cast<std::uint64_t>(first) - d_offsets->base, static_cast<std::uint64_t>(end - first)};
+  const Range range{static_cast<std::uint64_t>(first) - d_offsets->base, static_cast<std::uint64_t>(end - first)};
+  if constexpr (Memory::kMapped) {
+    const std::uint64_t held = value_count();
+    UTIL_ASSERT(range.first <= held && range.size <= held - range.first);
+  }
+  return range;
 }
 
 template <class Memory>
@@ -61,9 +70,7 @@ typename RunTable<Memory>::Range RunTable<Memory>::values_of(std::uint64_t first
   settle();
   if (d_offsets->entries.empty()) return {};
   const std::uint64_t held = d_offsets->entries.size() - 1;
-  const auto begin = static_cast<std::uint64_t>(d_offsets->entries[std::min(first, held)]);
-  const auto end = static_cast<std::uint64_t>(d_offsets->entries[std::min(first + count, held)]);
-  return {begin - d_offsets->base, end - begin};
+  return between(d_offsets->entries[std::min(first, held)], d_offsets->entries[std::min(first + count, held)]);
 }
 
 template <class Memory>

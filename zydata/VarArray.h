@@ -25,6 +25,7 @@
 #include "zydata/Array.h"
 #include "zydata/GenericValue.h"
 #include "zydata/MMapRegion.h"
+#include "zydata/Value.h"
 #include "zydata/Vector.h"
 #include "zydata/data.h"
 
@@ -133,6 +134,8 @@ class RunTable : public VarArrayBase {
     }
   }
   Range range(std::uint64_t i) const;
+  /// What two offsets enclose. Offsets that fall or, in a file, lie outside the values end the program.
+  Range between(std::int32_t first, std::int32_t end) const;
   /// First value and number of values of `count` elements from `first`, which counts from the offsets' start.
   Range values_of(std::uint64_t first, std::uint64_t count) const;
   /// Elements of the offsets that a view of `count` elements from `first` shows.
@@ -184,7 +187,8 @@ class RunArray : public RunTable<Memory> {
 
   // --- typed operations
   // -----------------------------------------------------------------------------------------------------------
-  /// Element `i` as a view that is valid until the next change. An index that is not below the size ends the program.
+  /// Element `i` as a view that is valid until the next change; of mapped bools it shows the bytes as the file has
+  /// them. An index that is not below the size ends the program.
   Run run(std::uint64_t i) const {
     const Range at = this->range(i);
     return Run(values_vector().data() + at.first, at.size);
@@ -241,6 +245,9 @@ class RunArray : public RunTable<Memory> {
   }
 
  private:
+  /// The values may lie in a mapped file, which may hold any byte for a bool.
+  static void add_values(Values& target, const T* first, std::uint64_t count);
+
   std::shared_ptr<Values> d_values;  // never null
 };
 
@@ -260,6 +267,7 @@ class RunArray<T, Run, Memory>::Appender {
   void append(const Run& run) {
     if (run.size() > d_limit - d_end) make_room(run.size());
     if (!run.empty()) std::memcpy(d_values + d_end, run.data(), run.size() * sizeof(T));
+    normalise_loaded(d_values + d_end, run.size());
     d_end += run.size();
     *d_next_end++ = static_cast<std::int32_t>(d_end);
   }

@@ -47,7 +47,7 @@ std::shared_ptr<DataObj> RunArray<T, Run, Memory>::copy(std::uint64_t first, std
   const std::uint64_t shown = this->shown_elements(first, count);
   const Range source = this->values_of(first, shown);
   const auto values = d_values->empty_like();
-  values->append(values_vector().data() + source.first, source.size);
+  add_values(*values, values_vector().data() + source.first, source.size);
   return view(this->copy_offsets(first, shown), values, 0, kToTheEnd);
 }
 
@@ -97,6 +97,12 @@ std::uint64_t RunArray<T, Run, Memory>::size_bytes() const {
 }
 
 template <class T, class Run, class Memory>
+void RunArray<T, Run, Memory>::add_values(Values& target, const T* first, std::uint64_t count) {
+  target.append(first, count);
+  if constexpr (std::is_same_v<T, bool>) normalise_loaded(target.data() + target.size() - count, count);
+}
+
+template <class T, class Run, class Memory>
 void RunArray<T, Run, Memory>::append(Run values) {
   this->check_modifiable();
   this->check_room(values.size());
@@ -105,7 +111,7 @@ void RunArray<T, Run, Memory>::append(Run values) {
   UTIL_ASSERT_TEXT(static_cast<std::uint64_t>(offsets.entries.back()) == offsets.base + value_count(),
                    "offsets->back() == int(values->size())");
   offsets.entries.grow_for_append(1);
-  d_values->append(values.data(), values.size());
+  add_values(*d_values, values.data(), values.size());
   offsets.entries.push_back(static_cast<std::int32_t>(value_count()));
   offsets.filled = offsets.entries.size() - 1;
   this->reset_view();
@@ -116,7 +122,7 @@ void RunArray<T, Run, Memory>::set(std::uint64_t i, Run values) {
   this->check_modifiable();
   this->check_in_order(i, order_refusal());
   this->check_room(values.size());
-  d_values->append(values.data(), values.size());
+  add_values(*d_values, values.data(), values.size());
   this->store_end(this->start() + i);
   this->reset_view();
 }
@@ -144,7 +150,7 @@ void RunArray<T, Run, Memory>::assign(std::span<const std::int32_t> offsets, std
   entries->truncate(0);
   entries->append(offsets.data(), offsets.size());
   d_values->truncate(0);
-  d_values->append(values.data(), values.size());
+  add_values(*d_values, values.data(), values.size());
   this->shared_offsets()->filled = offsets.size() - 1;
   ++this->shared_offsets()->revision;
   this->reset_view();
@@ -263,7 +269,7 @@ std::vector<std::int32_t> NumberRuns<T, Memory>::to_id_vector() const {
 template <class T, class Memory>
 GenericValue NumberRuns<T, Memory>::get(int i) const {
   const Run run = this->run(static_cast<std::uint64_t>(i));
-  return GenericValue(run.data(), run.size());
+  return checked_copy(run.data(), run.size());
 }
 
 template <class T, class Memory>

@@ -14,6 +14,7 @@ namespace {
 /// A vector that doubles must not fail because of elements that nobody asked for: mapped files end below 4 GiB.
 std::uint64_t clamped_growth(const VStorageBase& storage, std::uint64_t wanted, std::uint64_t needed) {
   if (storage.in_process_memory()) return wanted;
+  UTIL_ASSERT(storage.element_size() > 0);
   const std::uint64_t most = std::numeric_limits<std::uint32_t>::max() / storage.element_size();
   return wanted > most && needed <= most ? most : wanted;
 }
@@ -47,7 +48,6 @@ void VectorBase::start(VStorageBase& storage, std::uint64_t n, const void* value
 }
 
 void VectorBase::close(VStorageBase& storage) {
-  if (d_data == nullptr) return;
   void* data = std::exchange(d_data, nullptr);
   const std::uint64_t capacity = std::exchange(d_capacity, 0);
   const std::uint64_t size = std::exchange(d_size, 0);
@@ -99,6 +99,10 @@ void VectorBase::fill_new(VStorageBase& storage, std::uint64_t n, const void* va
     std::memset(static_cast<char*>(d_data) + d_size * element_size, 0, (stale_end - d_size) * element_size);
   }
   storage.fill(d_data, d_size, n, value);
+}
+
+void throw_closed(const std::string& file_name) {
+  throw Util::Error("mmap file \"%s\" was closed by its vector", file_name.c_str());
 }
 
 void check_stored_length(const std::string& file_name, std::uint64_t stored, std::uint64_t wanted) {

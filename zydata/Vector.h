@@ -59,6 +59,9 @@ class CORVANE_API VectorBase {
   void fill_new(VStorageBase& storage, std::uint64_t n, const void* value);
 };
 
+/// Throws the Util::Error of a mapped vector that was closed.
+[[noreturn]] CORVANE_API void throw_closed(const std::string& file_name);
+
 /// Throws Util::Error when a file holds fewer elements than data that refer to it ask for.
 CORVANE_API void check_stored_length(const std::string& file_name, std::uint64_t stored, std::uint64_t wanted);
 
@@ -84,6 +87,7 @@ class Vector final : public VectorBase {
   Vector(StoredElements, S storage) : d_storage(std::move(storage)) {}
   Vector(Vector&&) noexcept = default;
   ~Vector() {
+    if (d_data == nullptr) return;
     if constexpr (S::kMapped) {
       try {
         VectorBase::close(d_storage);
@@ -95,8 +99,17 @@ class Vector final : public VectorBase {
   }
 
   /// Lets go of the buffer: the vector is empty, and the file of a mapped one holds exactly the elements. A mapped
-  /// vector can't be filled again. Throws Util::Error when the file could not be cut to the elements.
-  void close() { VectorBase::close(d_storage); }
+  /// vector can't be filled again, also one that has nothing open. Throws Util::Error when the file could not be cut to
+  /// the elements; the vector is closed all the same.
+  void close() {
+    if constexpr (S::kMapped) {
+      d_stored = {};
+      d_closed = true;
+    }
+    VectorBase::close(d_storage);
+  }
+  /// True once a mapped vector was closed.
+  bool closed() const { return d_closed; }
 
   std::uint64_t size() const {
     if constexpr (S::kMapped) {
@@ -155,23 +168,23 @@ class Vector final : public VectorBase {
   /// Makes room for `new_capacity` elements, which must be more than 0; never shrinks. Throws std::bad_alloc and
   /// changes nothing when memory is exhausted.
   void reserve(std::uint64_t new_capacity) {
-    ensure_open();
+    ensure_growable();
     VectorBase::reserve(d_storage, new_capacity);
   }
   /// Makes room for `count` more elements by the growth rule of appends.
   void grow_for_append(std::uint64_t count) {
-    ensure_open();
+    ensure_growable();
     VectorBase::grow_for_append(d_storage, count);
   }
   /// New elements get `value`. Throws StorageError::WindowViolation when they do not all lie in the window.
   void resize(std::uint64_t n, T value) {
-    ensure_open();
+    ensure_growable();
     if (n > d_size) check_window(d_size, n - 1);
     VectorBase::resize(d_storage, n, &value);
   }
   /// New elements are left as the memory is: for a caller that writes all of them. Reserves exactly `n`.
   void resize_for_overwrite(std::uint64_t n) {
-    ensure_open();
+    ensure_growable();
     VectorBase::resize_for_overwrite(d_storage, n);
   }
 
@@ -233,9 +246,16 @@ class Vector final : public VectorBase {
   };
 
   void open_stored() const;
+  void ensure_growable() const {
+    if constexpr (S::kMapped) {
+      if (d_closed) throw_closed(d_storage.file_name());
+    }
+    ensure_open();
+  }
 
   S d_storage;
-  StoredSize d_stored;  // of a pending vector
+  StoredSize d_stored;    // of a pending vector
+  bool d_closed = false;  // mapped, and has let go of its file
 };
 
 template <class T, class S>

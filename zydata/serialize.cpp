@@ -44,6 +44,7 @@ std::shared_ptr<DataObj> build_received_object(std::string_view nodes, std::stri
   std::shared_ptr<Schema> schema = create_schema(header);
   schema->deserialize(reader, header);
   reader.check_everything_read();
+  const ReceivedContent scope;
   return schema->factory()->create_from(schema);
 }
 

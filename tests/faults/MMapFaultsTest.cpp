@@ -4,9 +4,11 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -15,6 +17,7 @@
 
 #include "tests/support/FaultyPlatform.h"
 #include "tests/support/TestSupport.h"
+#include "tests/zydata/TestObjects.h"
 #include "zydata/Factories.h"
 #include "zydata/MMapArray.h"
 #include "zydata/MMapRegion.h"
@@ -67,6 +70,8 @@ TEST_F(MMapFaults, AnArrayThatCannotBeMadeSaysWhy) {
   d_platform.fail(Operation::openOrCreate, 0, EROFS);
   EXPECT_ERROR(make(), "failed to open mmap file \"a\"\n    Permission denied");
   d_platform.reset();
+  EXPECT_EQ(text_when(Operation::lock, ENOLCK, make), "failed to open mmap file \"a\"\n    No locks available");
+  EXPECT_EQ(open_descriptors(), d_descriptors);
   write_file("a", "");
   d_platform.fail(Operation::openOrCreate, 0, EACCES);  // opened without creating
   make();
@@ -183,6 +188,13 @@ TEST_F(MMapFaults, OpeningARegionNamesTheStepThatFailed) {
             "Resizing r to default size fails!\n    No space left on device");
   EXPECT_EQ(text_when(Operation::map, ENOMEM, open),
             "Mapping file r to memory in initialization fails!\n    Cannot allocate memory");
+  const auto open_behind = [] { MMapRegion(4, "r", 100, 5).open(); };
+  EXPECT_EQ(text_when(Operation::map, ENOMEM, open_behind),
+            "Mapping file r to memory in initialization fails!\n    Cannot allocate memory");
+  EXPECT_EQ(text_when(Operation::reserveBlocks, ENOSPC, open_behind),
+            "Resizing r to default size fails!\n    No space left on device");
+  EXPECT_ERROR(MMapRegion(4, "r", ~std::uint64_t{0} / 8).open(),
+               "Resizing r to default size fails!\n    File too large");
   EXPECT_EQ(std::filesystem::file_size("r"), 0u);
   write_file("r", "12345678");
   EXPECT_EQ(text_when(Operation::reserveBlocks, ENOSPC, [] { MMapRegion(4, "r", 0, 5).open(); }),
@@ -207,6 +219,23 @@ TEST_F(MMapFaults, ResizingARegionNamesTheStepThatFailedAndChangesNothing) {
   EXPECT_EQ(region.length(), 2u);
   resize();
   EXPECT_EQ(region.length(), 3000u);
+}
+
+TEST_F(MMapFaults, ARegionThatCannotShrinkKeepsItsElements) {
+  const std::string bytes(20000, 'x');
+  write_file("r", bytes);
+  MMapRegion region(4, "r");
+  region.open();
+  for (const Operation call :
+       {Operation::unmap, Operation::setFileSize, Operation::reserveBlocks, Operation::fileSize, Operation::map}) {
+    EXPECT_NE(text_when(call, ENOMEM, [&] { region.resize(10); }), "<nothing thrown>");
+    EXPECT_EQ(region.length(), 5000u);
+    EXPECT_TRUE(std::string(static_cast<char*>(region.data()), bytes.size()) == bytes);
+    EXPECT_TRUE(read_file("r") == bytes);
+  }
+  region.resize(10);
+  EXPECT_EQ(region.length(), 10u);
+  EXPECT_EQ(read_file("r"), bytes.substr(0, 40));
 }
 
 std::shared_ptr<MMapVarArray<int>> runs() {
@@ -260,6 +289,29 @@ TEST_F(MMapFaults, WhatCannotBeCutIsNotStored) {
   EXPECT_EQ(text_when(Operation::openUnnamed, EMFILE, [&] { lists->copy(0, 1); }),
             "failed to open mmap file \"\"\n    Too many open files");
   EXPECT_EQ(lists->size(), 2u);
+}
+
+TEST_F(MMapFaults, NoViewInATableOpensItsFileDuringTheLoad) {
+  const auto schema = make_frame_schema("t");
+  const auto table = schema->factory()->create_from(schema);
+  table->add_field("c", make_mapped_schema<int, 0x21>("c", "c"));
+  for (int i = 0; i < 3; ++i) table->get<MMapArray<int>>("c")->push_back(i);
+  table->refresh();
+  auto frames = TestObjects::stored(table);
+  table->clear_hierarchy();
+  ASSERT_EQ(frames[6].size(), 24u);
+  constexpr std::uint64_t kAll = ~std::uint64_t{0};
+  d_platform.reset();
+  for (const std::uint64_t start : {std::uint64_t{0}, std::uint64_t{1}, kAll / 2, kAll - 2, kAll}) {
+    for (const std::uint64_t count : {std::uint64_t{0}, std::uint64_t{3}, kAll / 2 + 2, kAll}) {
+      std::memcpy(frames[6].data(), &start, 8);
+      std::memcpy(frames[6].data() + 8, &count, 8);
+      const std::string text = TestSupport::error_text([&] { TestObjects::loaded(frames); });
+      const bool damaged = start > kAll - std::min<std::uint64_t>(count, 3);
+      EXPECT_EQ(text == "the stored view of mapped array \"c\" is damaged", damaged) << start << ' ' << count;
+    }
+  }
+  EXPECT_EQ(d_platform.calls(Operation::openRegular), 0);
 }
 
 /// A limit on file sizes stands in for a disk that is full: reserving blocks meets it, too.

@@ -33,6 +33,7 @@ enum class Operation {
   openExisting,
   openRegular,
   openUnnamed,
+  lock,
   fileSize,
   setFileSize,
   reserveBlocks,
@@ -83,6 +84,7 @@ class FaultyPlatform final : public Util::Platform {
   int open_existing(const char* path) override;
   int open_regular(const char* path, bool follow_link) override;
   int open_unnamed(const std::string& folder) override;
+  int lock(int fd) override;
   std::int64_t file_size(int fd) override;
   int set_file_size(int fd, std::uint64_t size) override;
   int reserve_blocks(int fd, std::uint64_t size) override;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -19,6 +20,7 @@
 #include "zydata/MMapArray.h"
 #include "zydata/MMapVarArray.h"
 #include "zydata/MemoryData.h"
+#include "zydata/Record.h"
 #include "zydata/Schema.h"
 
 namespace ZyData {
@@ -35,6 +37,10 @@ class InFolder : public TestSupport::InFolder {
  protected:
   ~InFolder() override { allow_foreign_mapped_files(false); }
 };
+
+std::string already_open(const std::string& file) {
+  return "mmap file \"" + file + "\" is already open: a file belongs to one array at a time";
+}
 
 std::uint64_t page() { return Util::platform().page_size(); }
 
@@ -166,6 +172,34 @@ TEST_F(MappedStorage, GrowsByPagesAndDoublesWithoutCopying) {
   EXPECT_EQ(std::filesystem::file_size("v"), 20000u);
 }
 
+TEST_F(MappedStorage, IsClosedUntilItIsNextAsked) {
+  VMMap storage(4, "s");
+  storage.release(storage.reallocate(nullptr, 0, 10, 0), 10, 3);
+  EXPECT_FALSE(storage.is_open());
+  EXPECT_EQ(storage.stored_length(), 3u);
+  EXPECT_NE(storage.reallocate(nullptr, 0, 5, 3), nullptr);
+  MMapRegion region(4, "r");
+  region.release(region.reallocate(nullptr, 0, 10, 0), 10, 3);
+  EXPECT_EQ(open_descriptors(), d_descriptors + 1);
+  EXPECT_EQ(region.stored_length(), 3u);
+  EXPECT_NE(region.reallocate(nullptr, 0, 5, 3), nullptr);
+}
+
+TEST_F(MappedStorage, OfNoNameHoldsNothingThatCouldBeFoundAgain) {
+  const auto copy = mapped<int>(3)->copy(0, 3)->get<MMapArray<int>>();
+  EXPECT_EQ(copy->vector()->storage().stored_length(), 0u);
+  EXPECT_EQ(content<int>(copy), elements<int>(0, 3));
+}
+
+TEST_F(MappedStorage, ElementsOfNoSizeEndTheProgram) {
+  struct Bare : VectorBase {
+    using VectorBase::grow_for_append;
+  } vector;
+  VMMap storage;
+  EXPECT_ASSERTION(vector.grow_for_append(storage, 1), "storage.element_size() > 0");
+  EXPECT_ASSERTION(MMapRegion(0, "u").open(), "unit > 0");
+}
+
 TEST_F(MappedStorage, ShrinkingAndGrowingWithZeroReadsZeros) {
   MMapVector<int> vector(0, MMap<int>("v"));
   vector.resize(100, 7);
@@ -294,6 +328,7 @@ TEST_F(MappedWindow, OnlyItsElementsCanBeReached) {
   EXPECT_OUTSIDE(array->append(*array));
   EXPECT_OUTSIDE(array->to_id_vector());
   EXPECT_OUTSIDE(array->value());
+  EXPECT_OUTSIDE(array->span());
   const int one = 1;
   EXPECT_OUTSIDE(array->assign(&one, 1));
   EXPECT_OUTSIDE(array->append_strided(&one, sizeof one, 1));
@@ -388,8 +423,7 @@ TYPED_TEST(MMapArrayOf, ComesBackByReference) {
 
 TYPED_TEST(MMapArrayOf, ASliceComesBackAsAView) {
   using T = TypeParam;
-  const auto array = mapped<T>(10);
-  save(array->slice(2, 3));
+  save(mapped<T>(10)->slice(2, 3));
   const auto view = load()->template get<MMapArray<T>>();
   EXPECT_TRUE(content<T>(view) == elements<T>(2, 5));
   EXPECT_ERROR(view->resize(9), "can't modify the size of an array slice");
@@ -408,12 +442,64 @@ TEST_F(MMapArrays, ReadAnyByteOfABool) {
   EXPECT_EQ(array->to_id_vector(), (std::vector<std::int32_t>{0, 1, 1, 1}));
   EXPECT_EQ(array->get(2).as<bool>(), true);
   EXPECT_EQ(printed(*array), "a MMapArray[4] = [ 0 1 1 1 ]\n");
+  const auto copy = array->copy(0, 4);
+  EXPECT_EQ(std::string(static_cast<const char*>(copy->data()), 4), std::string("\0\1\1\1", 4));
   const auto in_memory = std::make_shared<Array<bool>>(make_schema<bool>("b", 1));
   in_memory->append(*array);
   EXPECT_EQ(in_memory->to_id_vector(), (std::vector<std::int32_t>{0, 1, 1, 1}));
   std::ostringstream stream;
   stream << array->value();
   EXPECT_EQ(stream.str(), "[0 1 1 1]");
+}
+
+TEST_F(MMapArrays, AFileBelongsToOneOfThemAtATime) {
+  const auto array = mapped<int>(3);
+  const auto view = array->slice(1, 2);  // shares the vector
+  const auto again = [] { MMapArray<int>(make_schema<int>("a", kMapped), 0); };
+  EXPECT_ERROR(again(), already_open("a"));
+  EXPECT_EXIT(std::exit(TestSupport::error_text(again) == already_open("a") ? 0 : 1), testing::ExitedWithCode(0), "")
+      << "another process opened it";
+  std::filesystem::create_hard_link("a", "alias");
+  EXPECT_ERROR(mapped<int>(1, "alias"), already_open("alias"));
+  EXPECT_ERROR(MMapRegion(4, "a").open(), already_open("a"));
+  EXPECT_EQ(content<int>(array), elements<int>(0, 3));
+  array->close();
+  EXPECT_EQ(mapped<int>(1, "alias")->size(), 1u);
+}
+
+TEST_F(MMapArrays, WithoutElementsOrUnopenedAreClosedToo) {
+  const std::string closed = "mmap file \"a\" was closed by its vector";
+  const auto empty = mapped<int>(0);
+  empty->close();
+  EXPECT_EQ(open_descriptors(), d_descriptors);
+  EXPECT_ERROR(empty->push_back(1), closed);
+  save(mapped<int>(3));
+  const auto unopened = load()->get<MMapArray<int>>();
+  unopened->close();
+  EXPECT_EQ(unopened->size(), 0u);
+  EXPECT_ERROR(unopened->push_back(1), closed);
+  EXPECT_ERROR(unopened->resize(1), closed);
+  EXPECT_EQ(open_descriptors(), d_descriptors);
+  EXPECT_EQ(read_file("a"), bytes_of(elements<int>(0, 3)));
+}
+
+TEST_F(MMapArrays, ThatWereClosedStartAnewWithAReset) {
+  const auto array = mapped<int>(3);
+  for (int round = 0; round < 2; ++round) {  // the second time as one that was loaded
+    const auto target = round == 0 ? array : load()->get<MMapArray<int>>();
+    target->close();
+    target->reset();
+    EXPECT_EQ(target->size(), 0u);
+    target->push_back(5);
+    save(target);
+    target->close();
+    EXPECT_EQ(read_file("a"), bytes_of<int>({5}));
+  }
+  const auto copy = array->copy(0, 0)->get<MMapArray<int>>();
+  copy->close();
+  copy->reset();
+  copy->push_back(6);
+  EXPECT_EQ(content<int>(copy), std::vector<int>{6});
 }
 
 // --- loading ---------------------------------------------------------------------------------------------------------
@@ -486,6 +572,7 @@ TEST_F(LoadedMMapArray, RefusesADamagedExtent) {
     d_frames[4] = bytes;
     EXPECT_NE(TestSupport::error_text([&] { loaded(); }).find("is damaged"), std::string::npos);
   }
+  EXPECT_ERROR(loaded(), "the stored window of mmap file \"x\" (bytes 0 to 4, element size 4) is damaged");
   d_frames[4] = extent(static_cast<std::uint32_t>(page()), 0xffffffff, 4);  // a window beyond the file
   write_file("x", bytes_of(elements<int>(0, 3)));
   EXPECT_ERROR(loaded()->at(0), "failed to map file 'x' into memory\n    Invalid argument");
@@ -506,6 +593,53 @@ TEST_F(LoadedMMapArray, KeepsTheFilesLengthUntilTheProgramChangesTheSize) {
   EXPECT_EQ(read_file("x"), bytes_of<int>({42, element<int>(1), element<int>(2), 9}));
   { loaded()->resize(1); }
   EXPECT_EQ(read_file("x"), bytes_of<int>({42}));
+}
+
+TEST_F(LoadedMMapArray, OpensNoFileThatIsOpen) {
+  const auto root = make_record("root");
+  root->add_field("a", mapped<int>(3, "x"));
+  root->add_field("b", mapped<int>(2, "y"));
+  root->add_field("runs", std::make_shared<MMapVarArray<int>>(make_schema<int>("runs", 0x40)));
+  auto frames = TestObjects::stored(root);
+  root->clear_hierarchy();
+  ASSERT_EQ(frames[6], "y");
+  const auto load_naming = [&](const std::string& file) {
+    frames[6] = file;
+    return TestObjects::loaded(frames);
+  };
+  root->get<MMapArray<int>>("a")->close();
+  root->get<MMapVarArray<int>>("runs")->close();
+  auto tree = load_naming("x");
+  const auto shown = tree->get<MMapArray<int>>("a");
+  EXPECT_EQ(shown->size(), 3u);
+  EXPECT_ERROR(tree->get<MMapArray<int>>("b")->resize(1), already_open("x"));
+  EXPECT_EQ(content<int>(shown), elements<int>(0, 3));
+  tree = load_naming("runs.offsets");
+  EXPECT_EQ(tree->get<MMapArray<int>>("b")->size(), 1u);
+  EXPECT_ERROR(tree->get<MMapVarArray<int>>("runs")->run(0), already_open("runs.offsets"));
+}
+
+TEST_F(LoadedMMapArray, HasASchemaThatMakesNoSecondOne) {
+  const auto record = make_record("record");
+  record->add_field("x", mapped<int>(3));
+  record->add_field("runs", make_schema<int>("runs", 0x40));
+  const auto frames = TestObjects::stored(record);
+  record->clear_hierarchy();
+  record->get<MMapArray<int>>("x")->close();
+  const auto tree = TestObjects::loaded(frames);
+  const std::string a = "no second object can be made from the stored schema of \"";
+  const std::string b = "\", whose elements lie in a file";
+  for (const std::string name : {"x", "runs"}) {
+    const std::string text = a + name + b;
+    const auto schema = tree->find_path(name)->schema();
+    EXPECT_ERROR(schema->factory()->create_from(schema), text);
+    EXPECT_ERROR(make_record("other")->add_field(name, schema), text);
+    const auto frame_schema = make_frame_schema("table");
+    EXPECT_ERROR(frame_schema->factory()->create_from(frame_schema)->add_field(name, schema), text);
+  }
+  const auto same = tree->schema()->clone(nullptr);
+  EXPECT_ERROR(same->factory()->create_from(same), a + "x" + b);
+  EXPECT_EQ(read_file("a"), bytes_of(elements<int>(0, 3)));
 }
 
 // --- mapped columns --------------------------------------------------------------------------------------------------
@@ -590,6 +724,13 @@ TEST_F(MappedColumn, AFileThatIsTooShortIsReportedWhenItIsOpened) {
   EXPECT_FALSE(std::filesystem::exists("points.x"));
 }
 
+TEST_F(MappedColumn, OfTwoTablesAreNotOneFile) {
+  const auto points = frame();
+  append(*points, 5000);
+  EXPECT_ERROR(frame(), already_open("points.x"));
+  EXPECT_EQ(*points->get<MMapArray<double>>("x")->at(4999), 2499.5);
+}
+
 TEST_F(MappedColumn, TextsCannotBeMapped) {
   const auto schema = std::make_shared<Schema>("t", "const char*", 0x420u, find_factory("const char*", 0x400));
   EXPECT_ERROR(schema->vector_form(), "can't vectorize type 0x420 [string mmap]");
@@ -651,6 +792,12 @@ TYPED_TEST(MMapVarArrayOf, KeepsItsRunsInTwoFilesOfExactLength) {
   EXPECT_EQ(std::filesystem::file_size("v.offsets"), (kRuns + 6) * 4u);
   EXPECT_EQ(array->size(), 0u);
   EXPECT_THROW(array->append({}), StorageError::WindowViolation);
+  save(this->make());
+  const auto unopened = load()->template get<MMapVarArray<T>>();
+  unopened->close();
+  EXPECT_EQ(unopened->size(), 0u);
+  EXPECT_THROW(unopened->append({}), StorageError::WindowViolation);
+  EXPECT_EQ(open_descriptors(), this->d_descriptors);
 }
 
 TYPED_TEST(MMapVarArrayOf, ComesBackByReference) {
@@ -694,7 +841,7 @@ class MMapVarArrays : public InFolder {
 TEST_F(MMapVarArrays, OffsetsAndValuesStandAsTheyAre) {
   const auto array = letters();
   EXPECT_EQ(printed(*array), "v MMapVarArray[3] = [ [a b] [] [x y z] ]\n");
-  EXPECT_THROW(to_var_array<char>(array), Util::Error);
+  EXPECT_ERROR(to_var_array<char>(array), "Provided VarArrayBase object is not VarArray!\n");
   array->resize(5);
   array->set(3, {"q", 1});
   EXPECT_ERROR(array->set(1, {"q", 1}),
@@ -705,6 +852,48 @@ TEST_F(MMapVarArrays, OffsetsAndValuesStandAsTheyAre) {
   EXPECT_EQ(frames[3] + frames[4] + frames[5] + frames[6], bytes_of<std::uint64_t>({0, 6, 0, 6}));
   EXPECT_EQ(read_file("v.offsets"), bytes_of<std::int32_t>({0, 2, 2, 5, 6, 6}));
   EXPECT_EQ(read_file("v.values"), "abxyzq");
+}
+
+/// What another program may do to the offsets while they are mapped.
+TEST_F(MMapVarArrays, OffsetsThatChangeUnderAnOpenArrayEndTheProgram) {
+  const auto array = letters();  // 0, 2, 2, 5
+  const auto overwrite = [](int place, std::int32_t offset) {
+    std::fstream file("v.offsets", std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(place * 4).write(reinterpret_cast<const char*>(&offset), 4);
+  };
+  const std::string rising = "(*offsets)[i+offset] >= 0 and (*offsets)[i+offset+1] >= (*offsets)[i+offset]";
+  const std::string inside = "range.first <= held && range.size <= held - range.first";
+  overwrite(2, -1);
+  EXPECT_ASSERTION(array->run(1), rising);
+  EXPECT_ASSERTION(array->run(2), rising);
+  overwrite(2, 1);
+  EXPECT_ASSERTION(array->run(1), rising);
+  overwrite(2, 6);
+  EXPECT_ASSERTION(array->run(1), inside);
+  overwrite(2, 2);
+  overwrite(3, 6);
+  EXPECT_ASSERTION(array->run(2), inside);
+  EXPECT_ASSERTION(array->values(), inside);
+  EXPECT_ASSERTION(array->append({}), "offsets->back() == int(values->size())");
+  overwrite(3, 5);
+  EXPECT_EQ(array->run(2).size(), 3u);
+}
+
+TEST_F(MMapVarArrays, ReadAnyByteOfABool) {
+  write_file("b.offsets", bytes_of<std::int32_t>({0, 2}));
+  write_file("b.values", "\x02\x80");
+  const auto array = std::make_shared<MMapVarArray<bool>>(make_schema<bool>("b", 0x40));
+  VarArray<bool> target(make_schema<bool>("t", 0x5));
+  target.append(array->run(0));
+  target.push_back(array->get(0));
+  const Util::USpan<bool> run = array->run(0);
+  target.append_strided(&run, sizeof run, 1);
+  array->concat(*array);
+  const auto copy = array->copy(0, 1);
+  EXPECT_EQ(std::string(static_cast<const char*>(target.data()), 6), std::string(6, '\1'));
+  EXPECT_EQ(std::string(static_cast<const char*>(copy->data()), 2), std::string(2, '\1'));
+  array->close();
+  EXPECT_EQ(read_file("b.values"), "\x02\x80\x01\x01");
 }
 
 TEST_F(MMapVarArrays, ElementsThatWereNeverSetAreEmptyInTheFile) {
@@ -718,6 +907,8 @@ TEST_F(MMapVarArrays, ElementsThatWereNeverSetAreEmptyInTheFile) {
 
 TEST_F(MMapVarArrays, AWindowShowsAPartOfTheFiles) {
   letters()->close();
+  EXPECT_ERROR(MMapVarArray<char>(make_schema<char>("v", 0x40), "", 1, 2, 0, 3),
+               "the mapped values of \"v\" begin with value 0, its offsets with value 2");
   const auto window = std::make_shared<MMapVarArray<char>>(make_schema<char>("v", 0x40), "", 2, 2, 2, 3);
   EXPECT_EQ(window->base(), 2u);
   EXPECT_EQ(printed(*window), "v MMapVarArray[1] = [ [x y z] ]\n");
@@ -725,8 +916,6 @@ TEST_F(MMapVarArrays, AWindowShowsAPartOfTheFiles) {
   EXPECT_THROW(window->resize(4), StorageError::WindowViolation);
   window->truncate_rows(0);
   EXPECT_EQ(window->size(), 1u);
-  EXPECT_ERROR(MMapVarArray<char>(make_schema<char>("v", 0x40), "", 1, 2, 0, 3),
-               "the mapped values of \"v\" begin with value 0, its offsets with value 2");
   EXPECT_EQ(read_file("v.values"), "abxyz");
 }
 
@@ -779,6 +968,7 @@ TEST_F(MMapVarArrays, ANameThatAReaderWouldNotFindIsNotStored) {
   EXPECT_ERROR(data_message(array),
                "mapped variable array \"v\" can't be stored: its files are called \"elsewhere\", "
                "its schema says \"v\"");
+  array->close();
   const auto named = make_mapped_schema<char, 0x40>("v", "elsewhere");
   save(std::make_shared<MMapVarArray<char>>(named, "elsewhere"));
   EXPECT_EQ(load()->get<MMapVarArray<char>>()->base_name(), "elsewhere");
@@ -801,7 +991,7 @@ TEST_F(Regions, AreMappedFromTheirFirstElement) {
   EXPECT_EQ(std::filesystem::file_size("r"), 20000u);
 }
 
-TEST_F(Regions, StayClosedOnceTheirVectorLetsGo) {
+TEST_F(Regions, OfAClosedVectorStayClosed) {
   Vector<int, RegionMem<int>> vector(RegionMem<int>("r"));
   vector.push_back(5);
   vector.close();

@@ -130,7 +130,7 @@ int Platform::open_unnamed(const std::string& folder) {
   return error ? -1 : create_unnamed(temporary);
 }
 
-int Platform::lock(int fd) { return ::flock(fd, LOCK_EX | LOCK_NB); }
+int Platform::lock(int fd, bool alone) { return ::flock(fd, (alone ? LOCK_EX : LOCK_SH) | LOCK_NB); }
 
 void Platform::unlock(int fd) { ::flock(fd, LOCK_UN); }
 

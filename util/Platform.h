@@ -67,9 +67,9 @@ class Platform {
   /// Creates a file without a name, which goes with its descriptor: on the disk of `folder`, or where temporary files
   /// lie when `folder` takes none.
   virtual int open_unnamed(const std::string& folder);
-  /// Takes the only lock that an open file has. Fails with EWOULDBLOCK while another descriptor holds it, whether of
-  /// this process or of another; closing gives it back, too.
-  virtual int lock(int fd);
+  /// Locks an open file, together with others or alone; a second lock replaces the first. Fails with EWOULDBLOCK, and
+  /// leaves no lock, while another descriptor's lock, in this process or in another, forbids it. Closing gives it back.
+  virtual int lock(int fd, bool alone);
   virtual void unlock(int fd);
   /// Bytes of the file; -1 with errno when the system can't tell.
   virtual std::int64_t file_size(int fd);

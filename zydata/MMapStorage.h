@@ -2,9 +2,10 @@
 //
 // The file holds element i at byte i * element size, nothing else. It is opened when it is first needed and closed when
 // the vector lets go; then it holds exactly the vector's elements, and a later stored_length() or reallocate() opens it
-// again. While it is open it is locked: opening it a second time, under whatever name, throws Util::Error. A window
-// restricts a vector to a range of the file: only that range is mapped. Window bounds are 32-bit byte offsets, so the
-// elements of one file lie below 4 GiB; a request beyond that is refused before the file is touched.
+// again. While two vectors have one file open, under whatever names, neither changes its length: that throws
+// Util::Error. A window restricts a vector to a range of the file: only that range is mapped. Window bounds are 32-bit
+// byte offsets, so the elements of one file lie below 4 GiB; a request beyond that is refused before the file is
+// touched.
 //
 // A storage that was loaded from a message names a file that somebody else wrote. It opens that file on first access
 // only, as it is: a regular file, never created, and of unchanged length until the program changes the number of its

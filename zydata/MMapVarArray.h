@@ -3,8 +3,7 @@
 // An MMapVarArray<T> behaves like a VarArray<T>; its offsets are the bytes of the file "<base name>.offsets" and its
 // values those of "<base name>.values". Both files are kept when they exist. While an array is open its files may be
 // longer than its content; they are cut to it when the array goes, is closed, or is stored in a message. Nothing else
-// may change the files meanwhile: opening one a second time throws Util::Error, and an offset that does not lie within
-// the values ends the program.
+// may change the files meanwhile: an offset that does not lie within the values ends the program.
 //
 // An array can show a window of its files: `offset_count` offsets from `first_offset` on, and the values that belong to
 // them, which must begin at the value that the first of these offsets names. A window that does not begin with the

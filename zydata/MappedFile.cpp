@@ -65,18 +65,19 @@ bool MappedFile::open(const std::string& name) {
     return false;
   }
   const int fd = Util::platform().open_or_create(name.c_str(), kFilePermissions);
-  return take(fd >= 0 ? fd : Util::platform().open_existing(name.c_str()));
+  return take(fd >= 0 ? fd : Util::platform().open_existing(name.c_str()), true);
 }
 
 bool MappedFile::open_referenced(const std::string& name, bool follow_link) {
-  return take(Util::platform().open_regular(name.c_str(), follow_link));
+  return take(Util::platform().open_regular(name.c_str(), follow_link), false);
 }
 
-bool MappedFile::take(int fd) {
+bool MappedFile::take(int fd, bool alone) {
   if (fd < 0) return false;
-  if (Util::platform().lock(fd) != 0) {
+  Util::Platform& platform = Util::platform();
+  if ((alone && platform.lock(fd, true) != 0) || platform.lock(fd, false) != 0) {
     const int error_number = errno;
-    Util::platform().close(fd);
+    platform.close(fd);
     errno = error_number;
     return false;
   }
@@ -109,7 +110,17 @@ bool MappedFile::set_length(std::uint64_t length, std::uint64_t old_length) {
   return false;
 }
 
-bool MappedFile::cut(std::uint64_t length) { return Util::platform().set_file_size(d_fd, length) == 0; }
+// A length that is right already may be set in company, too.
+bool MappedFile::cut(std::uint64_t length) {
+  Util::Platform& platform = Util::platform();
+  const bool alone = platform.lock(d_fd, true) == 0;
+  int error_number = alone ? 0 : (errno == EWOULDBLOCK ? EBUSY : errno);
+  if (alone && platform.set_file_size(d_fd, length) != 0) error_number = errno;
+  platform.lock(d_fd, false);
+  if (error_number == 0 || (!alone && size() == static_cast<std::int64_t>(length))) return true;
+  errno = error_number;
+  return false;
+}
 
 void MappedFile::restore_length(std::uint64_t length) noexcept {
   const int error_number = errno;
@@ -118,9 +129,8 @@ void MappedFile::restore_length(std::uint64_t length) noexcept {
 }
 
 void throw_open_failed(int error_number, const std::string& file_name) {
-  if (error_number == EWOULDBLOCK) {
+  if (error_number == EWOULDBLOCK)
     throw Util::Error("mmap file \"%s\" is already open: a file belongs to one array at a time", file_name.c_str());
-  }
   throw Util::Error(error_number, "failed to open mmap file \"%s\"", file_name.c_str());
 }
 

@@ -34,7 +34,9 @@ class CORVANE_API MappedView {
   std::uint64_t d_length = 0;
 };
 
-/// An open file is locked, so that no other vector, in this process or another, opens it by its name meanwhile.
+/// An open file is locked, in this process and for others: who opens it by its name must be alone, and then shares it
+/// only with those that data refer to it. The length can only be changed by one that is alone with the file again,
+/// because a view must not lose its file.
 class CORVANE_API MappedFile {
  public:
   MappedFile() = default;
@@ -57,13 +59,13 @@ class CORVANE_API MappedFile {
   /// Sets the length and reserves the blocks, so that no store into a view meets a full disk. When it fails, the length
   /// is `old_length`, as it was before.
   bool set_length(std::uint64_t length, std::uint64_t old_length);
-  /// Sets the length only.
+  /// Sets the length only. EBUSY: somebody else has the file open.
   bool cut(std::uint64_t length);
   /// The same after a failure: errno stays.
   void restore_length(std::uint64_t length) noexcept;
 
  private:
-  bool take(int fd);
+  bool take(int fd, bool alone);
 
   int d_fd = -1;  // -1: not open
 };

@@ -143,7 +143,7 @@ int FaultyPlatform::open_unnamed(const std::string& folder) {
   return fails(Operation::openUnnamed) ? -1 : Platform::open_unnamed(folder);
 }
 
-int FaultyPlatform::lock(int fd) { return fails(Operation::lock) ? -1 : Platform::lock(fd); }
+int FaultyPlatform::lock(int fd, bool alone) { return fails(Operation::lock) ? -1 : Platform::lock(fd, alone); }
 
 std::int64_t FaultyPlatform::file_size(int fd) { return fails(Operation::fileSize) ? -1 : Platform::file_size(fd); }
 

@@ -84,7 +84,7 @@ class FaultyPlatform final : public Util::Platform {
   int open_existing(const char* path) override;
   int open_regular(const char* path, bool follow_link) override;
   int open_unnamed(const std::string& folder) override;
-  int lock(int fd) override;
+  int lock(int fd, bool alone) override;
   std::int64_t file_size(int fd) override;
   int set_file_size(int fd, std::uint64_t size) override;
   int reserve_blocks(int fd, std::uint64_t size) override;

@@ -595,7 +595,7 @@ TEST_F(LoadedMMapArray, KeepsTheFilesLengthUntilTheProgramChangesTheSize) {
   EXPECT_EQ(read_file("x"), bytes_of<int>({42}));
 }
 
-TEST_F(LoadedMMapArray, OpensNoFileThatIsOpen) {
+TEST_F(LoadedMMapArray, SharesAFileThatKeepsItsLength) {
   const auto root = make_record("root");
   root->add_field("a", mapped<int>(3, "x"));
   root->add_field("b", mapped<int>(2, "y"));
@@ -612,11 +612,28 @@ TEST_F(LoadedMMapArray, OpensNoFileThatIsOpen) {
   auto tree = load_naming("x");
   const auto shown = tree->get<MMapArray<int>>("a");
   EXPECT_EQ(shown->size(), 3u);
-  EXPECT_ERROR(tree->get<MMapArray<int>>("b")->resize(1), already_open("x"));
+  const auto other = tree->get<MMapArray<int>>("b");
+  EXPECT_EQ(content<int>(other), elements<int>(0, 3));
+  EXPECT_ERROR(other->resize(5000),
+               "failed to resize mmap file \"x\" to requested size (20000)\n    Device or resource busy");
+  other->resize(1);
+  EXPECT_ERROR(other->close(), "failed to resize mmap file \"x\" to vector length (4)\n    Device or resource busy");
   EXPECT_EQ(content<int>(shown), elements<int>(0, 3));
-  tree = load_naming("runs.offsets");
-  EXPECT_EQ(tree->get<MMapArray<int>>("b")->size(), 1u);
-  EXPECT_ERROR(tree->get<MMapVarArray<int>>("runs")->run(0), already_open("runs.offsets"));
+  shown->resize(5000);  // alone again
+  EXPECT_EQ(read_file("x").size() % 20000, 0u);
+}
+
+TEST_F(LoadedMMapArray, ShowsTheFileOfTheTreeThatWasStored) {
+  const auto array = mapped<int>(3);
+  save(array);
+  const auto twin = load()->get<MMapArray<int>>();
+  EXPECT_EQ(content<int>(twin), elements<int>(0, 3));
+  EXPECT_THROW(array->resize(5000), Util::Error);
+  EXPECT_THROW(twin->resize(5000), Util::Error);
+  EXPECT_THROW(mapped<int>(1), Util::Error) << "a new array takes no file that is in use";
+  twin->close();
+  array->resize(5000);
+  EXPECT_EQ(*array->at(2), element<int>(2));
 }
 
 TEST_F(LoadedMMapArray, HasASchemaThatMakesNoSecondOne) {

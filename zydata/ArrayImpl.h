@@ -184,7 +184,8 @@ void ArrayBase2<T, VectorT>::append(const DataObj& array) {
 
 template <class T, class VectorT>
 void ArrayBase2<T, VectorT>::push_back(T value) {
-  d_vector->check_window(d_vector->size(), d_vector->size());
+  const std::uint64_t index = d_vector->size();
+  d_vector->check_window(index, index);
   d_vector->push_back(value);
 }
 

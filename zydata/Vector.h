@@ -173,6 +173,8 @@ class Vector final : public VectorBase {
   }
   /// Makes room for `count` more elements by the growth rule of appends.
   void grow_for_append(std::uint64_t count) {
+    ensure_open();
+    if (count <= d_capacity - d_size) return;  // the usual case, without a call
     ensure_growable();
     VectorBase::grow_for_append(d_storage, count);
   }

@@ -24,9 +24,9 @@ LAYERS = [
      "Storage MappedFile MMapStorage MMapRegion Vector VectorBase MemoryData Column Value Array MMapArray VarArray "
      "MMapVarArray String Dict SparseArray"),
     ("zydata", "zydata composites",
-     "Composite ClassAccess ClassSchema Record Frame Factories BuiltinTypes"),
+     "Composite ClassAccess ClassSchema Record Frame Factories BuiltinTypes LoadPlace"),
     ("mpsys", "mpsys",
-     "Message Connection FileStream FileConnection IOVec"),
+     "Message Connection FileStream FileConnection FrameReceiver Failure IOVec"),
     ("zydata", "serializer",
      "serialize FileProbe"),
     ("facade", "facade",

@@ -82,8 +82,13 @@ std::int32_t open_file(const char* fileName, FileMode mode) {
 }  // namespace
 
 template <class Stream>
-FileConnectionBase<Stream>::FileConnectionBase(const char* fileName, FileMode mode) : d_stream(fileName), d_mode(mode) {
-  d_stream.attach(open_file(fileName, mode));
+FileConnectionBase<Stream>::FileConnectionBase(const char* fileName, FileMode mode)
+    : FileConnectionBase(fileName, open_file(fileName, mode), mode) {}
+
+template <class Stream>
+FileConnectionBase<Stream>::FileConnectionBase(const char* fileName, std::int32_t fd, FileMode mode)
+    : d_stream(fileName), d_mode(mode) {
+  d_stream.attach(fd);
 }
 
 template <class Stream>

@@ -17,7 +17,7 @@ import tempfile
 # below. `FooImpl` belongs to `Foo`.
 LAYERS = [
     ("util", "util",
-     "Error Assert Bytes HashBase USpan Platform PlatformInstance Export"),
+     "Error Assert Bytes HashBase USpan Platform PlatformInstance PlatformReplace Export"),
     ("zydata", "zydata core",
      "Kind TypeName GenericType GenericValue data DataPath Print Schema SchemaTable DataFactory TypeRegistry"),
     ("zydata", "zydata containers",
@@ -31,7 +31,8 @@ LAYERS = [
      "serialize FileProbe"),
     ("facade", "facade",
      "DBInterface DBZydata DBRoot EntityTable LayoutProxies LayoutTables ConfigTable MeshProxies MeshRecord "
-     "DatabaseFile ModelAccess RowFields Lookup PinTable MeshOperations"),
+     "DatabaseFile ModelAccess RowFields Lookup PinTable MeshOperations Probe "
+     "SafeSave"),
 ]
 ORDER = [layer for _, layer, _ in LAYERS]
 STEMS = {(folder, stem): layer for folder, layer, stems in LAYERS for stem in stems.split()}

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "tools/corvane/CheckCommand.h"
 #include "tools/corvane/ImportCommand.h"
 #include "tools/corvane/InfoCommand.h"
 #include "tools/corvane/LineText.h"
@@ -34,6 +35,7 @@ int run(int count, char** arguments) {
   int exit_status = 1;  // set by the verb that runs
   CorvaneTool::addImportCommand(app, exit_status);
   CorvaneTool::addInfoCommand(app, exit_status);
+  CorvaneTool::addCheckCommand(app, exit_status);
   try {
     app.parse(count, arguments);
   } catch (const CLI::ParseError& error) {

@@ -30,3 +30,8 @@ endif()
 if(TARGET corvane_cli)
   install(TARGETS corvane_cli RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
+if(TARGET corvane_mesh)
+  install(TARGETS corvane_mesh RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(FILES "${PROJECT_SOURCE_DIR}/examples/mesher/README.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+          RENAME corvane-mesh.md)
+endif()

@@ -6,7 +6,8 @@
 #   scripts/setup.sh --demo   also real circuit boards for the demo
 set -euo pipefail
 
-packages=(g++ cmake ninja-build libgtest-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev python3)
+packages=(g++ cmake ninja-build libgtest-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libcgal-dev
+          librsvg2-bin python3)
 for option in "$@"; do
   case $option in
     --ci) packages+=(clang clang-format clang-tidy libclang-rt-14-dev) ;;

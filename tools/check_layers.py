@@ -46,7 +46,7 @@ PROGRAMS = ("tools", "examples")  # see what is installed
 OTHERS = ("tests", "bench")  # see everything
 SYSTEM_USERS = re.compile(r"util/Platform\w*\.cpp")
 PLAIN_C_HEADERS = ("errno.h", "cxxabi.h")
-LIBRARIES = ("CLI/", "nlohmann/", "unistd.h")  # for programs (is this a terminal?); tests and timed programs may include what they like
+LIBRARIES = ("CGAL/", "CLI/", "nlohmann/", "unistd.h")  # for programs (is this a terminal?); tests and timed programs may include what they like
 
 PRIVATE_HEADERS = re.compile(r"PRIVATE_HEADERS((?:\s+\w+\.h)+)")
 INCLUDE = re.compile(r'\s*#\s*include\s*([<"])([^>"]+)[>"]')

@@ -114,15 +114,18 @@ class HashBase {
   }
 
   /// For a table that comes from a file: counts the live entries; false unless the chains visit each of them exactly
-  /// once.
-  bool accept_links() {
+  /// once and each stands in the chain of its hash. Entries want buckets.
+  template <class HashOf>
+  bool accept_links(HashOf&& hash_of) {
     d_live = 0;
+    if (buckets.size() == 0) return entries.size() == 0;
     for (std::uint64_t i = 0; i < entries.size(); ++i) d_live += is_live(i) ? 1U : 0U;
     std::vector<bool> visited(entries.size(), false);
     std::uint64_t count = 0;
     for (std::uint64_t b = 0; b < buckets.size(); ++b) {
       for (std::int32_t e = buckets[b]; e != kChainEnd; e = entries[index(e)].next) {
         if (e < 0 || !is_live(index(e)) || visited[index(e)]) return false;
+        if (bucket_of(hash_of(entries[index(e)])) != b) return false;
         visited[index(e)] = true;
         ++count;
       }

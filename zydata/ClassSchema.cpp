@@ -14,9 +14,11 @@ const std::shared_ptr<ClassFieldAccess>& no_access() {
   return accessor;
 }
 
-/// True when `stored` is `declared` as it stands in an object of kind `kind`: as a column in a frame, else as it is.
+/// True when `stored` is `declared` as it stands in an object of kind `kind`: as a column in a frame, else as it is,
+/// but in memory.
 bool is_same_field(const Schema& stored, const Schema& declared, std::uint32_t kind) {
-  const std::uint32_t wanted = (kind & kKindFrame) != 0 ? vector_kind(declared.kind()) : declared.kind() & kKindKeyMask;
+  const std::uint32_t wanted =
+      (kind & kKindFrame) != 0 ? vector_kind(declared.kind()) : declared.kind() & kKindKeyMask & ~kKindMMap;
   return stored.name() == declared.name() && stored.type_name() == declared.type_name() &&
          (stored.kind() & kKindKeyMask) == wanted;
 }

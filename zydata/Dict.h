@@ -7,6 +7,7 @@
 // Not for several threads: even a look-up writes into the table.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -25,6 +26,8 @@ struct DictEntry {
   T value;
   std::int32_t next;  // of the same chain; -1: last; below -1: this entry is free
 };
+static_assert(sizeof(DictEntry<int>) == 12 && offsetof(DictEntry<int>, next) == 8);
+static_assert(sizeof(DictEntry<double>) == 24 && offsetof(DictEntry<double>, next) == 16);
 
 /// The untyped part: the keys.
 class CORVANE_API DictKeys {
@@ -47,8 +50,13 @@ class CORVANE_API DictKeys {
   /// Appends a text and returns its position. Throws Util::Error, naming the dictionary, when the store would pass
   /// 2147483647 bytes.
   std::int32_t append(const char* text, const std::string& dictionary);
-  /// True when every key of a table from a file can be read: positions are in range and the last key has its end.
+  // For a table from a file: the last key has its end, and a position is the start of a key. As long as no two entries
+  // share a key, the keys together are no longer than the store.
   bool ends_with_zero() const { return texts.empty() || texts.back() == '\0'; }
+  bool starts_text(std::int32_t position) const {
+    const auto at = static_cast<std::uint64_t>(position);
+    return position == 0 ? !texts.empty() : position > 0 && at < texts.size() && texts[at - 1] == '\0';
+  }
 
   CpuVector<char> texts;
 

@@ -121,13 +121,15 @@ std::uint64_t Dict<T>::size_bytes() const {
 // Links and positions come from a file: they are checked once, here.
 template <class T>
 void Dict<T>::finish() {
-  const std::uint64_t key_bytes = d_table->keys.texts.size();
-  bool sound = d_table->keys.ends_with_zero() && d_table->accept_links();
+  bool sound = d_table->keys.ends_with_zero();
+  std::int32_t last_key = -1;
   for (std::uint64_t i = 0; sound && i < d_table->entries.size(); ++i) {
     Entry& entry = d_table->entries[i];
     normalise_loaded(&entry.value, 1);
-    sound = entry.key >= 0 && static_cast<std::uint64_t>(entry.key) < key_bytes;
+    sound = entry.key > last_key && d_table->keys.starts_text(entry.key);
+    last_key = entry.key;
   }
+  sound = sound && d_table->accept_links([&](const Entry& entry) { return d_table->keys.hash(entry.key); });
   if (!sound) throw Util::Error("the stored table of dictionary \"%s\" contradicts itself", schema()->name().c_str());
 }
 

@@ -7,6 +7,7 @@
 // Not for several threads: an array and the table that it shares belong to one thread at a time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -25,6 +26,8 @@ struct SparseEntry {
   T value;
   std::int32_t next;  // of the same chain; -1: last; below -1: this entry is free
 };
+static_assert(sizeof(SparseEntry<int>) == 12 && offsetof(SparseEntry<int>, next) == 8);
+static_assert(sizeof(SparseEntry<double>) == 24 && offsetof(SparseEntry<double>, next) == 16);
 
 /// The indices that a sparse array shows, as they are stored.
 struct SparseView {
@@ -77,6 +80,7 @@ class SparseArray final : public DataObj {
   std::int32_t first() const { return d_view.first; }
   std::uint64_t count() const { return d_view.count; }
   T default_value() const { return d_default_value; }
+  /// Of this object alone: a file keeps the schema's default value only.
   void set_default_value(T value) { d_default_value = value; }
 
  private:

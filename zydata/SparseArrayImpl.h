@@ -98,7 +98,7 @@ std::uint64_t SparseArray<T>::size_bytes() const {
 // Links come from a file: they are checked once, here.
 template <class T>
 void SparseArray<T>::finish() {
-  if (!d_table->accept_links()) {
+  if (!d_table->accept_links(&SparseArray::hash_of)) {
     throw Util::Error("the stored table of sparse array \"%s\" contradicts itself", schema()->name().c_str());
   }
   for (std::uint64_t i = 0; i < d_table->entries.size(); ++i) normalise_loaded(&d_table->entries[i].value, 1);

@@ -119,7 +119,7 @@ void Searchable<Base, Ops>::update_index() {
   }
 }
 
-template class Searchable<StringArray, TextOps>;
+template class Searchable<StringArray, SearchOps<std::string_view>>;
 
 std::shared_ptr<DataObj> SearchableStringArray::view(std::shared_ptr<RunOffsets> offsets,
                                                      std::shared_ptr<CpuVector<char>> values, std::uint64_t start,

@@ -109,15 +109,18 @@ class Searchable : public Base {
 };
 
 /// The library's text hash, which ends at a zero byte, and its comparison, which does not.
-struct TextOps {
+template <class Text>
+struct SearchOps;
+template <>
+struct SearchOps<std::string_view> {
   static std::uint64_t hash(std::string_view text) { return Util::text_hash(text.data(), text.size()); }
   static bool equal(std::string_view left, std::string_view right) { return left == right; }
 };
 
-extern template class CORVANE_API Searchable<StringArray, TextOps>;
+extern template class CORVANE_API Searchable<StringArray, SearchOps<std::string_view>>;
 
 /// A string array in which the position of a text is found without a scan.
-class CORVANE_API SearchableStringArray final : public Searchable<StringArray, TextOps> {
+class CORVANE_API SearchableStringArray final : public Searchable<StringArray, SearchOps<std::string_view>> {
  public:
   explicit SearchableStringArray(std::shared_ptr<Schema> schema) : Searchable(std::move(schema)) {}
 

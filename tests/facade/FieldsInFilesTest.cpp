@@ -1,4 +1,4 @@
-// A database whose file names other files is refused before any of them is opened.
+// A database or mesh whose file names other files is refused before any of them is opened.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -6,6 +6,7 @@
 #include <string>
 
 #include "facade/DBZydata.h"
+#include "model/SImesh2D.h"
 #include "mpsys/FileConnection.h"
 #include "tests/support/TestSupport.h"
 #include "zydata/DataFactory.h"
@@ -48,8 +49,14 @@ TEST(FieldsInFiles, AreRefusedBeforeAnyFileIsOpened) {
       for (const char* part : {"", ".offsets", ".values"}) std::filesystem::remove(file + part);
       Mesh2DPlat::DBZydata db(folder.path());
       db.openem(false, "open");
-      EXPECT_ERROR(db.openem(true, "db"),
-                   "field \"" + test.description + " keeps its elements in another file: no database can have it");
+      const std::string refusal =
+          "field \"" + test.description + " keeps its elements in another file: no database can have it";
+      EXPECT_ERROR(db.openem(true, "db"), refusal);
+      std::filesystem::rename(folder.path("db.zydat"), folder.path("corvane2d.zydat"));
+      Mesh2DPlat::SImesh2D mesh;
+      Mesh2DPlat::ViaTable vias;
+      EXPECT_ERROR(db.read(&mesh, vias), refusal);
+      EXPECT_ERROR(db.readNegPolyMesh(&mesh, nullptr), refusal);
       EXPECT_TRUE(db.save("open")) << "what was open stays open";
       for (const char* part : {"", ".offsets", ".values"}) EXPECT_FALSE(std::filesystem::exists(file + part));
       EXPECT_EQ(TestSupport::open_descriptors(), descriptors);

@@ -1,9 +1,7 @@
 // The whole way of an import, and the program around it.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -13,6 +11,7 @@
 
 #include "tests/support/TestSupport.h"
 #include "tests/tools/BoardTexts.h"
+#include "tests/tools/ProgramRun.h"
 #include "tools/corvane/Import.h"
 #include "tools/corvane/ImportReport.h"
 
@@ -113,17 +112,6 @@ TEST(Import, RefusesPlacesThatCannotHoldADatabase) {
 }
 
 // --- the program ----------------------------------------------------------------
-
-struct ProgramRun {
-  int status;
-  std::string out, err;
-};
-
-ProgramRun run(const TempDir& folder, const std::string& arguments) {
-  const std::string out = folder.path("out.txt"), err = folder.path("err.txt");
-  const int status = std::system((std::string(CORVANE_PROGRAM) + " " + arguments + " >" + out + " 2>" + err).c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
-}
 
 TEST(Program, ImportsUnderTheBoardsName) {
   const TempDir folder;

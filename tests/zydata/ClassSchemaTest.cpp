@@ -197,5 +197,25 @@ TEST(ClassSchema, RecordFormHoldsSingleValuesAndNothingOfTheRegistry) {
   root->clear_hierarchy();
 }
 
+struct Reading {
+  double value = 0;
+
+  static std::shared_ptr<ClassSchema<Reading>> class_schema() {
+    auto schema = std::make_shared<ClassSchema<Reading>>("readings");
+    schema->add_mapped(&Reading::value, "value", 0.5, "readings.file");
+    return schema;
+  }
+};
+
+TEST(ClassSchema, ALoadedRecordFindsMembersWhoseColumnsLieInFiles) {
+  register_class_type<Reading>();
+  const auto root = make_record("root");
+  const auto& registered = dynamic_cast<const ClassSchemaBase&>(find_class_schema(element_type_name<Reading>()));
+  root->add_field("one", registered.record_form());
+  const auto back = TestObjects::loaded(TestObjects::stored(root));
+  EXPECT_TRUE(dynamic_cast<const ClassSchemaBase&>(*back->find_path("one")->schema()).access(0).usable());
+  root->clear_hierarchy();
+}
+
 }  // namespace
 }  // namespace ZyData

@@ -289,8 +289,30 @@ TEST(KeyedFiles, LinksThatLeadAstrayAreRefused) {
     array->set(1, 1);
     return array;
   }());
+  const std::string sparse_refusal = "the stored table of sparse array \"s\" contradicts itself";
+  const auto good_sparse = sparse;
   sparse[4].replace(8, 4, 4, '\0');  // an entry that follows itself
-  EXPECT_ERROR(loaded(sparse), "the stored table of sparse array \"s\" contradicts itself");
+  EXPECT_ERROR(loaded(sparse), sparse_refusal);
+  sparse = good_sparse;
+  sparse[4][0] ^= 4;  // an index whose hash belongs elsewhere
+  EXPECT_ERROR(loaded(sparse), sparse_refusal);
+  sparse = good_sparse;
+  sparse[3].clear();
+  sparse[4].replace(8, 4, 4, '\xfe');  // a free place and no buckets
+  EXPECT_ERROR(loaded(sparse), sparse_refusal);
+}
+
+// Keys that share bytes would take more memory and time than their bytes in the file.
+TEST(KeyedFiles, KeysFollowOneAnother) {
+  const auto dict = make_dict<int>();
+  for (const char* key : {"abc", "x", "yz"}) dict->set(key, 1);  // at 0, 4 and 6
+  auto frames = stored(dict);
+  EXPECT_EQ(loaded(frames)->get<Dict<int>>()->size(), 3U);
+  for (const auto& [entry, position] : {std::pair(1, 0), std::pair(1, 1), std::pair(2, 4), std::pair(0, 4)}) {
+    auto shared = frames;
+    std::memcpy(shared[4].data() + 12 * entry, &position, sizeof position);
+    EXPECT_ERROR(loaded(shared), "the stored table of dictionary \"d\" contradicts itself");
+  }
 }
 
 }  // namespace

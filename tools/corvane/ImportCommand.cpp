@@ -1,7 +1,5 @@
 #include "tools/corvane/ImportCommand.h"
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -12,6 +10,7 @@
 #include "tools/corvane/BoardNumbers.h"
 #include "tools/corvane/Import.h"
 #include "tools/corvane/ImportReport.h"
+#include "tools/corvane/ProgressLine.h"
 
 namespace CorvaneTool {
 namespace {
@@ -22,22 +21,6 @@ struct ImportOptions {
   ImportRequest request;
   std::string panel;
   bool json = false;
-};
-
-// Overwrites one line of a terminal, and leaves it empty at the end. Pipes and files get nothing.
-class ProgressLine {
- public:
-  ProgressLine() = default;
-  ~ProgressLine() { show(""); }
-  ProgressLine(const ProgressLine&) = delete;
-  ProgressLine& operator=(const ProgressLine&) = delete;
-
-  void show(const std::string& text) const {
-    if (d_is_shown) std::cerr << "\r\033[K" << text << std::flush;
-  }
-
- private:
-  bool d_is_shown = ::isatty(STDERR_FILENO) == 1;
 };
 
 // "6x4": six copies side by side in four rows.

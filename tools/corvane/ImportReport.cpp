@@ -1,54 +1,31 @@
 #include "tools/corvane/ImportReport.h"
 
-#include <algorithm>
-#include <iomanip>
 #include <nlohmann/json.hpp>
 #include <sstream>
+
+#include "tools/corvane/ReportTable.h"
 
 namespace CorvaneTool {
 namespace {
 
-using Lines = std::vector<std::pair<std::string, std::string>>;
-
 template <class Pairs>
-Lines lines_of(const Pairs& pairs) {
-  Lines lines;
+ReportLines lines_of(const Pairs& pairs) {
+  ReportLines lines;
   for (const auto& [name, count] : pairs) lines.emplace_back(name, std::to_string(count));
   return lines;
 }
 
-Lines lines_of_seconds(const ImportReport& report) {
-  Lines lines;
-  for (const auto& [phase, seconds] : report.seconds) {
-    std::ostringstream stream;
-    stream << std::fixed << std::setprecision(3) << seconds;
-    lines.emplace_back(phase, stream.str());
-  }
+ReportLines lines_of_seconds(const ImportReport& report) {
+  ReportLines lines;
+  for (const auto& [phase, seconds] : report.seconds) lines.emplace_back(phase, fixed(seconds, 3));
   return lines;
 }
 
-Lines lines_of_skipped(const SkippedItems& skipped) {
-  Lines lines;
+ReportLines lines_of_skipped(const SkippedItems& skipped) {
+  ReportLines lines;
   for (const auto& [what, count] : skipped.counts())
     lines.emplace_back(what.first + ": " + what.second, std::to_string(count));
   return lines;
-}
-
-// Names to the left, numbers to the right; nothing for an empty table.
-void print_table(std::ostream& stream, const std::string& left, const std::string& right, const Lines& lines) {
-  if (lines.empty()) return;
-  std::size_t left_width = left.size(), right_width = right.size();
-  for (const auto& [name, number] : lines) {
-    left_width = std::max(left_width, name.size());
-    right_width = std::max(right_width, number.size());
-  }
-  const auto print = [&](const std::string& name, const std::string& number) {
-    stream << std::left << std::setw(static_cast<int>(left_width)) << name << "  " << std::right
-           << std::setw(static_cast<int>(right_width)) << number << '\n';
-  };
-  stream << '\n';
-  print(left, right);
-  for (const auto& [name, number] : lines) print(name, number);
 }
 
 }  // namespace

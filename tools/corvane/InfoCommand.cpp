@@ -9,14 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "facade/DBZydata.h"
-#include "mpsys/FileConnection.h"
 #include "tools/corvane/LineText.h"
-#include "util/Error.h"
+#include "tools/corvane/TableFile.h"
 #include "zydata/FileProbe.h"
 #include "zydata/Kind.h"
 #include "zydata/Schema.h"
-#include "zydata/serialize.h"
 
 namespace CorvaneTool {
 namespace {
@@ -67,31 +64,19 @@ void list_tables(ZyData::DataObj& object, const std::string& path, std::vector<T
   }
 }
 
-std::shared_ptr<ZyData::DataObj> load(const std::string& path) {
-  MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
-  std::shared_ptr<ZyData::DataObj> root;
-  try {
-    if (ZyData::receiveDataObject(connection, root)) return root;
-  } catch (const std::exception& error) {
-    throw Util::Error("file '" + path + "': " + error.what());
-  }
-  throw Util::Error("file '" + path + "': it holds no message");
-}
-
 FileInfo inspect(const std::string& path) {
-  const Mesh2DPlat::DBZydata registers_the_types("");
+  const TableFile file(path);
+  ZyData::DataObj& root = file.root();
   FileInfo info;
-  info.probe = ZyData::probe_file(path);
-  const std::shared_ptr<ZyData::DataObj> root = load(path);
-  info.name = root->schema()->name();
-  if ((root->schema()->kind() & (ZyData::kKindRecord | ZyData::kKindFrame)) != 0) {
-    list_tables(*root, "", info.tables);
+  info.probe = file.probe();
+  info.name = root.schema()->name();
+  if ((root.schema()->kind() & (ZyData::kKindRecord | ZyData::kKindFrame)) != 0) {
+    list_tables(root, "", info.tables);
   } else {
-    const ZyData::Schema& schema = *root->schema();
+    const ZyData::Schema& schema = *root.schema();
     info.tables.push_back(
-        {"", schema.type_name(), kind_words(schema.kind()), false, root->size(), root->size_bytes(), {}});
+        {"", schema.type_name(), kind_words(schema.kind()), false, root.size(), root.size_bytes(), {}});
   }
-  root->clear_hierarchy();
   return info;
 }
 

@@ -9,7 +9,10 @@
 namespace CorvaneTool {
 
 PendingDatabase::PendingDatabase(std::string directory, std::string name)
-    : d_directory(std::move(directory)), d_name(std::move(name)) {
+    : d_directory(std::move(directory)),
+      d_name(std::move(name)),
+      d_temporary_name(d_name + ".importing-" + std::to_string(std::random_device()())),
+      d_file(d_directory + "/" + d_name + ".zydat", d_directory + "/" + d_temporary_name + ".zydat") {
   if (d_name.empty() || d_name.find('/') != std::string::npos) {
     throw std::runtime_error("\"" + d_name + "\" cannot be the name of a database: it must be a file name");
   }
@@ -17,24 +20,16 @@ PendingDatabase::PendingDatabase(std::string directory, std::string name)
   const std::filesystem::file_status status = std::filesystem::status(d_directory, error);
   d_makes_directory = status.type() == std::filesystem::file_type::not_found;
   if (!d_makes_directory && !is_directory(status)) throw std::runtime_error(d_directory + ": not a directory");
-  if (std::filesystem::is_directory(path(), error)) throw std::runtime_error(path() + ": is a directory");
-  d_temporary_name = d_name + ".importing-" + std::to_string(std::random_device()());
 }
 
 PendingDatabase::~PendingDatabase() {
+  d_file.discard();
   std::error_code ignored;
-  std::filesystem::remove(temporary_path(), ignored);
   if (d_makes_directory) std::filesystem::remove(d_directory, ignored);  // only when it is empty
 }
 
-std::string PendingDatabase::path() const { return d_directory + "/" + d_name + ".zydat"; }
-
-std::string PendingDatabase::temporary_path() const { return d_directory + "/" + d_temporary_name + ".zydat"; }
-
-std::uint64_t PendingDatabase::size() const { return std::filesystem::file_size(temporary_path()); }
-
 void PendingDatabase::commit() {
-  std::filesystem::rename(temporary_path(), path());
+  d_file.commit();
   d_makes_directory = false;
 }
 

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/corvane/PendingFile.h"
+
 namespace CorvaneTool {
 
 /// Until `commit`, the file goes by a temporary name beside its own; without it the temporary file goes away with the
@@ -21,20 +23,19 @@ class PendingDatabase {
   const std::string& temporary_name() const { return d_temporary_name; }
 
   /// The file under its own name.
-  std::string path() const;
+  const std::string& path() const { return d_file.path(); }
 
   /// Bytes of the temporary file.
-  std::uint64_t size() const;
+  std::uint64_t size() const { return d_file.size(); }
 
   /// Gives the file its own name.
   void commit();
 
  private:
-  std::string temporary_path() const;
-
   std::string d_directory;
   std::string d_name;
   std::string d_temporary_name;
+  PendingFile d_file;
   bool d_makes_directory = false;
 };
 

@@ -5,28 +5,15 @@
 #include <iostream>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 #include "tools/corvane/CheckCommand.h"
 #include "tools/corvane/ImportCommand.h"
 #include "tools/corvane/InfoCommand.h"
 #include "tools/corvane/LineText.h"
+#include "tools/corvane/MeshCommand.h"
+#include "tools/corvane/RenderCommand.h"
 
 namespace {
-
-// Messages of the library put the system's text on a line of its own.
-std::string one_line(const std::string& text) {
-  std::string line;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] != '\n') {
-      line += text[at];
-      continue;
-    }
-    at = std::min(text.find_first_not_of(" \n", at), text.size()) - 1;
-    if (at + 1 < text.size()) line += ": ";
-  }
-  return CorvaneTool::printable(std::move(line));
-}
 
 int run(int count, char** arguments) {
   CLI::App app("Layout databases: turns circuit boards into them and shows what they hold", "corvane");
@@ -36,6 +23,8 @@ int run(int count, char** arguments) {
   CorvaneTool::addImportCommand(app, exit_status);
   CorvaneTool::addInfoCommand(app, exit_status);
   CorvaneTool::addCheckCommand(app, exit_status);
+  CorvaneTool::addMeshCommand(app);
+  CorvaneTool::addRenderCommand(app, exit_status);
   try {
     app.parse(count, arguments);
   } catch (const CLI::ParseError& error) {
@@ -52,7 +41,7 @@ int main(int count, char** arguments) {
   try {
     return run(count, arguments);
   } catch (const std::exception& error) {
-    std::cerr << "corvane: " << one_line(error.what()) << '\n';
+    std::cerr << "corvane: " << CorvaneTool::one_line(error.what()) << '\n';
     return 1;
   }
 }

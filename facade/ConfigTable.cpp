@@ -46,6 +46,8 @@ void ConfigTable::define(ZyData::Schema& top) const {
   top.add_field(record);
 }
 
+void ConfigTable::check(ZyData::DataObj& tree) { check_fields(*tree.find_path(kTable)); }
+
 void ConfigTable::write(ZyData::DataObj& tree, const SImeshConfig& config) {
   const auto record = tree.find_path(kTable);
   check_fields(*record);

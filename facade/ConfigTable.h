@@ -13,6 +13,8 @@ class ConfigTable final : public EntityTable {
   void define(ZyData::Schema& top) const override;
   /// Stores every setting. Throws Util::Error, and stores none, when a field is missing or of another type.
   void write(ZyData::DataObj& tree, const SImeshConfig& config);
+  /// Throws Util::Error unless every setting is there in its type.
+  static void check(ZyData::DataObj& tree);
   /// Sets every setting, or throws and sets none.
   void read(ZyData::DataObj& tree, SImeshConfig& config);
 };

@@ -6,6 +6,7 @@
 #include "facade/DatabaseFile.h"
 #include "facade/LayoutProxies.h"
 #include "facade/MeshProxies.h"
+#include "facade/SafeSave.h"
 #include "util/Assert.h"
 #include "zydata/serialize.h"
 
@@ -97,6 +98,13 @@ bool DBZydata::save(const std::string& name) {
   const MPSys::Message message = ZyData::data_message(currentRoot->open_tree());
   create_directory_if_absent(directory);
   write_file(directory + "/" + name + ".zydat", message);
+  return true;
+}
+
+bool DBZydata::saveSafely(const std::string& name, bool keepPrevious) {
+  const MPSys::Message message = ZyData::data_message(currentRoot->open_tree());
+  create_directory_if_absent(directory);
+  replace_file(directory + "/" + name + ".zydat", message, keepPrevious);
   return true;
 }
 

@@ -71,6 +71,14 @@ class CORVANE_API DBZydata : public DBInterface {
 
   /// Writes everything to <outputDirectory>/final_mesh.dat, in the format of save(). The directory must exist.
   void write(const std::string& outputDirectory);
+
+  /// Like save(), but the old file stays as it is until the new one is whole and on the disk, whatever happens on the
+  /// way: a process that is killed at any moment leaves one of the two. The new file is written as
+  /// <directory>/<name>.zydat.tmp first, so that the disk needs room for both, and gets the old one's permission bits.
+  /// With `keepPrevious` the old file remains as <name>.zydat.bak.
+  ///
+  /// Always true; throws Util::Error when any step fails, also while another process saves the same file this way.
+  bool saveSafely(const std::string& name, bool keepPrevious = false);
 };
 
 #pragma GCC diagnostic pop

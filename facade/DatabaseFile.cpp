@@ -23,8 +23,8 @@ const ZyData::Schema* find_field_in_file(const ZyData::Schema& schema) {
   return nullptr;
 }
 
-/// A database is one file, and what it names may not be opened. Fields in files open nothing before their first use, so
-/// no file was opened yet.
+}  // namespace
+
 void refuse_fields_in_files(const ZyData::Schema& schema) {
   const ZyData::Schema* field = find_field_in_file(schema);
   if (field == nullptr) return;
@@ -32,13 +32,10 @@ void refuse_fields_in_files(const ZyData::Schema& schema) {
                     field->name().c_str(), field->kind(), ZyData::kind_to_string(field->kind()).c_str());
 }
 
-/// The system would take a name up to its zero byte, which is another file.
 void check_path(const std::string& path) {
   if (path.find('\0') == std::string::npos) return;
   throw Util::Error("the path '%s' goes on behind a zero byte", path.c_str());
 }
-
-}  // namespace
 
 OwnedTree make_tree(const std::shared_ptr<ZyData::Schema>& schema) {
   OwnedTree tree(schema->factory()->create_from(schema));

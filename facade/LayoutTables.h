@@ -78,6 +78,8 @@ class PinTable final : public EntityTable {
     define_frame<EM2DPin>(top);
     define_frame<EM2DCircuitProxy>(top);
   }
+  /// Throws Util::Error unless both tables are there and all circuits name pins that exist.
+  static void check(ZyData::DataObj& tree);
   void write(ZyData::DataObj& tree, const std::vector<EM2DCircuit*>& circuits);
   void read(ZyData::DataObj& tree, std::vector<EM2DCircuit*>& circuits, const Table<int, EM2DVertex>& vertices);
 };

@@ -87,6 +87,12 @@ class RowGuard {
 
 }  // namespace
 
+void PinTable::check(ZyData::DataObj& tree) {
+  const RowReader<EM2DPin> pins(tree);
+  const RowReader<EM2DCircuitProxy> circuits(tree);
+  for (std::uint64_t i = 0; i < circuits.size(); ++i) check_circuit(circuits[i], pins.size());
+}
+
 void PinTable::write(ZyData::DataObj& tree, const std::vector<EM2DCircuit*>& circuits) {
   const auto pins = tree.get<ZyData::Frame<EM2DPin>>(EM2DPin::kTable);
   const PinEntries entries = resolve_pins(tree, circuits);

@@ -18,16 +18,6 @@
 #include "util/Export.h"
 #include "zydata/data.h"
 
-namespace ZyData {
-
-/// The empty data object of the schema that a message's first three frames describe: the node table, the parameters,
-/// the string pool. The serializer's part of receiving, which lies above this layer. The bytes are borrowed for the
-/// call.
-std::shared_ptr<DataObj> build_received_object(std::string_view nodes, std::string_view parameters,
-                                               std::string_view strings);
-
-}  // namespace ZyData
-
 namespace MPSys {
 
 enum class FileMode : std::uint8_t { writing = 0, reading = 1 };
@@ -38,10 +28,13 @@ class CORVANE_API FileConnectionBase : public Connection {
  public:
   /// Opens the file; writing creates it or cuts an existing one to nothing. Throws Util::Error.
   FileConnectionBase(const char* fileName, FileMode mode);
+  /// Takes over a descriptor that is open in this mode.
+  FileConnectionBase(const char* fileName, std::int32_t fd, FileMode mode);
 
   const std::string& name() const override { return d_stream.fileName(); }  // 2: as given to the constructor
   std::int32_t descriptor() const override { return d_stream.fd(); }        // 3
   bool send(const Message& message, std::uint32_t flags) override;          // 5
+  /// What is thrown as Util::Error says where in the file, as far as that is known.
   bool receive(Message& message, std::int32_t* sender, std::int32_t timeoutMs) override;  // 7
   /// Closes the file quietly: whoever must know that all bytes have arrived calls close() first.
   ~FileConnectionBase() override;  // 8
@@ -51,6 +44,8 @@ class CORVANE_API FileConnectionBase : public Connection {
   void close();
 
  private:
+  bool receive_message(Message& message, std::int32_t timeoutMs);
+
   Stream d_stream;
   FileMode d_mode;
 };

@@ -17,21 +17,22 @@ import tempfile
 # below. `FooImpl` belongs to `Foo`.
 LAYERS = [
     ("util", "util",
-     "Error Assert Bytes HashBase USpan Platform PlatformInstance Export"),
+     "Error Assert Bytes HashBase USpan Platform PlatformInstance PlatformReplace Export"),
     ("zydata", "zydata core",
      "Kind TypeName GenericType GenericValue data DataPath Print Schema SchemaTable DataFactory TypeRegistry"),
     ("zydata", "zydata containers",
      "Storage MappedFile MMapStorage MMapRegion Vector VectorBase MemoryData Column Value Array MMapArray VarArray "
      "MMapVarArray String Dict SparseArray"),
     ("zydata", "zydata composites",
-     "Composite ClassAccess ClassSchema Record Frame Factories BuiltinTypes"),
+     "Composite ClassAccess ClassSchema Record Frame Factories BuiltinTypes LoadPlace"),
     ("mpsys", "mpsys",
-     "Message Connection FileStream FileConnection IOVec"),
+     "Message Connection FileStream FileConnection FrameReceiver Failure IOVec"),
     ("zydata", "serializer",
      "serialize FileProbe"),
     ("facade", "facade",
      "DBInterface DBZydata DBRoot EntityTable LayoutProxies LayoutTables ConfigTable MeshProxies MeshRecord "
-     "DatabaseFile ModelAccess RowFields Lookup PinTable MeshOperations"),
+     "DatabaseFile ModelAccess RowFields Lookup PinTable MeshOperations Probe "
+     "SafeSave"),
 ]
 ORDER = [layer for _, layer, _ in LAYERS]
 STEMS = {(folder, stem): layer for folder, layer, stems in LAYERS for stem in stems.split()}

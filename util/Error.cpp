@@ -40,6 +40,37 @@ Error::Error(std::string text) : d_text(std::make_shared<const std::string>(std:
 
 const char* Error::what() const noexcept { return d_text->c_str(); }
 
+const Error::Place& Error::place() const noexcept {
+  static const Place unknown;
+  return d_place == nullptr ? unknown : *d_place;
+}
+
+Error::Place& Error::own_place() {
+  if (d_place == nullptr || d_place.use_count() > 1) d_place = std::make_shared<Place>(place());
+  return *d_place;
+}
+
+const std::string& Error::file() const noexcept { return place().file; }
+const std::string& Error::table() const noexcept { return place().table; }
+const std::string& Error::column() const noexcept { return place().column; }
+std::optional<std::uint64_t> Error::offset() const noexcept { return place().offset; }
+
+void Error::set_file(std::string file) { own_place().file = std::move(file); }
+
+void Error::set_offset(std::uint64_t offset) { own_place().offset = offset; }
+
+void Error::enter_field(const std::string& name, bool is_table, std::size_t frames_before) {
+  Place& own = own_place();
+  own.frame += frames_before;
+  if (own.column.empty() && own.table.empty() && !is_table) {
+    own.column = name;
+  } else {
+    own.table = own.table.empty() ? name : name + "/" + own.table;
+  }
+}
+
+std::size_t Error::frame() const noexcept { return place().frame; }
+
 std::string system_error_text(int error_number) { return std::generic_category().message(error_number); }
 
 }  // namespace Util

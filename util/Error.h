@@ -2,10 +2,15 @@
 //
 // A failure that a caller or a file has caused is thrown as Util::Error; its text is one fixed English sentence. Errors
 // copy without throwing and may be passed between threads.
+//
+// An error that was raised while a file is loaded also says where: what() is the same with and without.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "util/Export.h"
@@ -30,8 +35,38 @@ class CORVANE_API Error : public std::exception {
 
   const char* what() const noexcept override;
 
+  // Where a load came to grief; empty where that is not known. A table's path leads from the top-level object to the
+  // table, "/" between names; settings count as columns of "simeshconfig". The offset is that of the first byte of the
+  // part in question: the header, the size table, a schema node, a storage frame.
+  const std::string& file() const noexcept;
+  const std::string& table() const noexcept;
+  const std::string& column() const noexcept;
+  std::optional<std::uint64_t> offset() const noexcept;
+
+  // For loaders, while the error passes through them.
+  void set_file(std::string file);
+  void set_offset(std::uint64_t offset);
+  /// What was raised lies in this field; to be called from the innermost field outwards. `frames_before` counts the
+  /// storage frames from the start of the object that has the field to the field's own.
+  void enter_field(const std::string& name, bool is_table, std::size_t frames_before = 0);
+  /// Storage frames from the start of the object whose fields were entered to the part in question.
+  std::size_t frame() const noexcept;
+
  private:
+  struct Place {
+    std::string file;
+    std::string table;
+    std::string column;
+    std::optional<std::uint64_t> offset;  // bytes from the file's start
+    std::size_t frame = 0;
+  };
+
+  const Place& place() const noexcept;
+  /// The place, no longer shared with copies of this error.
+  Place& own_place();
+
   std::shared_ptr<const std::string> d_text;
+  std::shared_ptr<Place> d_place;  // null: nothing is known
 };
 
 /// The system's text for an error number, safe to call from several threads.

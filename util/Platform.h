@@ -83,6 +83,23 @@ class Platform {
   /// Takes away what map() has returned for `length` bytes.
   virtual int unmap(void* address, std::size_t length);
 
+  // --- files that take another's place
+  /// Creates a file of this name for writing and locks it until the descriptor is closed. A file of this name that
+  /// nobody has locked was left behind and goes; a locked one is EBUSY, anything else than a regular file EEXIST.
+  virtual int open_locked(const char* path, unsigned permissions);
+  /// Waits until the file's bytes are on the disk.
+  virtual int sync(int fd);
+  /// The same for the names in the folder that has `path`.
+  virtual int sync_folder_of(const std::string& path);
+  /// `to` is from one moment to the next the file that `from` was.
+  virtual int rename(const char* from, const char* to);
+  /// A second name for a file.
+  virtual int link(const char* from, const char* to);
+  virtual int remove(const char* path);
+  /// Permission bits; -1 with errno when there is no such file.
+  virtual int permissions(const char* path);
+  virtual int set_permissions(int fd, int permissions);
+
   virtual std::size_t page_size();
   /// Asks for huge pages behind a block of process memory. Advice only: failure changes nothing but speed.
   virtual void advise_huge_pages(void* data, std::size_t size);

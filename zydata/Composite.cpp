@@ -6,6 +6,7 @@
 #include "util/Error.h"
 #include "zydata/DataFactory.h"
 #include "zydata/GenericValue.h"
+#include "zydata/LoadPlace.h"
 #include "zydata/Schema.h"
 #include "zydata/String.h"
 
@@ -147,7 +148,14 @@ std::shared_ptr<DataObj> Composite::field(std::int64_t index) {
 }
 
 void Composite::finish() {
-  for (const auto& part : d_children) part->finish();
+  for (std::size_t i = 0; i < d_children.size(); ++i) {
+    try {
+      d_children[i]->finish();
+    } catch (Util::Error& error) {
+      enter_child(error, *this, i);
+      throw;
+    }
+  }
 }
 
 void Composite::build_traverse_hierarchy(const std::shared_ptr<DataObj>& self, const std::shared_ptr<DataObj>& parent) {

@@ -1,13 +1,18 @@
 #include "zydata/FileProbe.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <system_error>
+#include <utility>
 
 #include "util/Bytes.h"
 #include "util/Error.h"
+#include "zydata/Kind.h"
 #include "zydata/SchemaTable.h"
+#include "zydata/TypeRegistry.h"
 
 namespace ZyData {
 namespace {
@@ -15,76 +20,149 @@ namespace {
 constexpr std::uint64_t kHeaderSize = 12;
 constexpr std::uint32_t kSchemaFrames = 3;
 
+constexpr std::uint32_t kIsDataFlag = 1;
+
 class Probe {
  public:
-  explicit Probe(const std::string& path) : d_path(path), d_stream(path, std::ios::binary) {
-    std::error_code error;
-    const bool readable = d_stream.is_open() && std::filesystem::is_regular_file(path, error);
-    if (!readable) fail("it is no readable file");
-    d_result.file_bytes = std::filesystem::file_size(path, error);
-    if (error) fail("its size is unknown");
-  }
+  explicit Probe(const std::string& path) : d_path(path) {}
 
-  FileProbe run() {
-    read_header();
-    const std::uint64_t node_bytes = read_sizes();
-    check_nodes(node_bytes);
-    return d_result;
+  FileReport run() {
+    if (open() && check_header() && check_sizes() && check_nodes()) check_types();
+    return d_report;
   }
 
  private:
-  [[noreturn]] void fail(const std::string& reason) const { throw Util::Error("file '" + d_path + "': " + reason); }
+  // Each check answers false when the report has got a fault.
+  bool open();
+  bool check_header();
+  bool check_sizes();
+  bool check_nodes();
+  bool check_types();
 
-  void read(char* target, std::uint64_t size) {
+  bool fault(FileFault fault, std::string text, std::optional<std::uint64_t> offset = std::nullopt) {
+    d_report.fault = fault;
+    d_report.text = std::move(text);
+    d_report.offset = offset;
+    return false;
+  }
+  bool ends_early(std::string text, std::uint64_t offset);
+  bool read(char* target, std::uint64_t size) {
     d_stream.read(target, static_cast<std::streamsize>(size));
-    if (!d_stream) fail("it can't be read");
+    return d_stream ? true : fault(FileFault::unreadable, "it can't be read");
   }
+  bool read_frame(std::size_t number, std::string& bytes);
 
-  void read_header() {
-    if (d_result.file_bytes < kHeaderSize) fail("it has fewer bytes than a header");
-    std::array<char, kHeaderSize> header{};
-    read(header.data(), header.size());
-    d_result.frame_count = Util::load<std::uint32_t>(header.data());
-    d_result.tag = Util::load<std::uint32_t>(header.data() + 4);
-    d_result.flags = Util::load<std::uint32_t>(header.data() + 8);
-    if ((d_result.flags & 1U) == 0) fail("it holds no data object");
-    if (d_result.frame_count < kSchemaFrames) fail("its message has fewer than three frames");
-    if (d_result.frame_count > (d_result.file_bytes - kHeaderSize) / 8) fail("it ends inside the table of frame sizes");
-  }
-
-  /// Sums the frame sizes; returns that of the node table.
-  std::uint64_t read_sizes() {
-    std::uint64_t node_bytes = 0;
-    d_result.message_bytes = kHeaderSize + std::uint64_t{8} * d_result.frame_count;
-    for (std::uint32_t i = 0; i < d_result.frame_count; ++i) {
-      std::array<char, 8> bytes{};
-      read(bytes.data(), bytes.size());
-      const auto size = Util::load<std::uint64_t>(bytes.data());
-      if (i == 0) node_bytes = size;
-      if (size > d_result.file_bytes - d_result.message_bytes) fail("it ends inside frame " + std::to_string(i));
-      d_result.message_bytes += size;
-    }
-    return node_bytes;
-  }
-
-  void check_nodes(std::uint64_t node_bytes) {
-    std::string nodes(node_bytes, '\0');  // the file is known to hold as many bytes
-    read(nodes.data(), nodes.size());
-    try {
-      check_node_table(nodes);
-    } catch (const Util::Error& error) {
-      fail(error.what());
-    }
-    d_result.node_count = static_cast<std::uint32_t>(node_bytes / kNodeSize);
-  }
+  struct Frame {
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+  };
 
   std::string d_path;
   std::ifstream d_stream;
-  FileProbe d_result;
+  std::array<Frame, kSchemaFrames> d_frames;
+  std::string d_nodes;
+  FileReport d_report;
+  FileProbe& d_found = d_report.found;
 };
+
+bool Probe::open() {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(d_path, error);
+  if (status.type() == std::filesystem::file_type::not_found) return fault(FileFault::missing, "there is no such file");
+  if (std::filesystem::is_regular_file(status)) {
+    d_stream.open(d_path, std::ios::binary);
+    d_found.file_bytes = std::filesystem::file_size(d_path, error);
+    if (d_stream.is_open() && !error) return true;
+  }
+  return fault(FileFault::unreadable, "it is no readable file");
+}
+
+/// A header that this library would not have written makes it more likely that the file is something else.
+bool Probe::ends_early(std::string text, std::uint64_t offset) {
+  const bool is_ours = d_found.tag == 0 && (d_found.flags & ~kIsDataFlag) == 0;
+  return fault(is_ours ? FileFault::cut_short : FileFault::not_ours, std::move(text), offset);
+}
+
+bool Probe::check_header() {
+  if (d_found.file_bytes == 0) return fault(FileFault::empty, "it is empty");
+  d_found.message_bytes = kHeaderSize;
+  if (d_found.file_bytes < kHeaderSize) return ends_early("it has fewer bytes than a header", 0);
+  std::array<char, kHeaderSize> header{};
+  if (!read(header.data(), header.size())) return false;
+  d_found.frame_count = Util::load<std::uint32_t>(header.data());
+  d_found.tag = Util::load<std::uint32_t>(header.data() + 4);
+  d_found.flags = Util::load<std::uint32_t>(header.data() + 8);
+  if ((d_found.flags & kIsDataFlag) == 0) return fault(FileFault::not_ours, "it holds no data object", 8);
+  if (d_found.frame_count < kSchemaFrames)
+    return fault(FileFault::not_ours, "its message has fewer than three frames", 0);
+  d_found.message_bytes += std::uint64_t{8} * d_found.frame_count;
+  if (d_found.message_bytes <= d_found.file_bytes) return true;
+  return ends_early("it ends inside the table of frame sizes", kHeaderSize);
+}
+
+bool Probe::check_sizes() {
+  std::uint64_t end = d_found.message_bytes;  // of the frames so far
+  std::optional<std::uint32_t> cut;           // the first frame that is not there as a whole
+  for (std::uint32_t i = 0; i < d_found.frame_count; ++i) {
+    std::array<char, 8> bytes{};
+    if (!read(bytes.data(), bytes.size())) return false;
+    const auto size = Util::load<std::uint64_t>(bytes.data());
+    if (i < kSchemaFrames) d_frames[i] = {end, size};
+    if (!cut && size > d_found.file_bytes - end) cut = i;
+    if (!cut) end += size;
+    d_found.message_bytes += std::min(size, std::numeric_limits<std::uint64_t>::max() - d_found.message_bytes);
+  }
+  return cut ? ends_early("it ends inside frame " + std::to_string(*cut), end) : true;
+}
+
+bool Probe::read_frame(std::size_t number, std::string& bytes) {
+  bytes.resize(d_frames[number].size);  // the file is known to hold as many
+  d_stream.seekg(static_cast<std::streamoff>(d_frames[number].offset));
+  return read(bytes.data(), bytes.size());
+}
+
+bool Probe::check_nodes() {
+  if (!read_frame(0, d_nodes)) return false;
+  try {
+    check_node_table(d_nodes);
+  } catch (const Util::Error& error) {
+    return fault(FileFault::damaged, error.what(), d_frames[0].offset);
+  }
+  d_found.node_count = static_cast<std::uint32_t>(d_nodes.size() / kNodeSize);
+  return true;
+}
+
+bool is_registered(const SchemaHeader& header) {
+  if (find_factory_or_null(header.type_name, header.kind) == nullptr) return false;
+  return (header.kind & kKindClassAccess) == 0 || has_class_schema(header.type_name);
+}
+
+bool Probe::check_types() {
+  std::string strings;
+  if (!read_frame(2, strings)) return false;
+  SchemaTableReader reader(d_nodes, "", strings);
+  std::uint64_t offset = d_frames[0].offset;
+  try {
+    for (; reader.next_index() < reader.node_count(); offset += kNodeSize) {
+      const SchemaHeader header = reader.next();
+      if (is_registered(header)) continue;
+      d_report.unknown_type = header.type_name;
+      return fault(FileFault::unknown_type, "type \"" + header.type_name + "\" is not registered", offset);
+    }
+  } catch (const Util::Error& error) {
+    return fault(FileFault::damaged, error.what(), offset);
+  }
+  return true;
+}
 
 }  // namespace
 
-FileProbe probe_file(const std::string& path) { return Probe(path).run(); }
+FileReport inspect_file(const std::string& path) { return Probe(path).run(); }
+
+FileProbe probe_file(const std::string& path) {
+  const FileReport report = inspect_file(path);
+  if (report.fault == FileFault::none || report.fault == FileFault::unknown_type) return report.found;
+  throw Util::Error("file '" + path + "': " + report.text);
+}
 
 }  // namespace ZyData

@@ -100,9 +100,15 @@ std::uint32_t Schema::deserialize(SchemaTableReader& reader, const SchemaHeader&
   for (std::uint32_t i = 0; i < header.field_count; ++i) {
     check_field_access();
     const SchemaHeader field_header = reader.next();
-    std::shared_ptr<Schema> field_schema = create_schema(field_header);
-    field_schema->deserialize(reader, field_header);
-    add_field(std::move(field_schema));
+    try {
+      std::shared_ptr<Schema> field_schema = create_schema(field_header);
+      field_schema->deserialize(reader, field_header);
+      add_field(std::move(field_schema));
+    } catch (Util::Error& error) {
+      const bool is_table = (field_header.kind & (kKindRecord | kKindFrame)) != 0;
+      error.enter_field(field_header.name, is_table);
+      throw;
+    }
   }
   touch();
   return reader.next_index();

@@ -82,6 +82,8 @@ const Schema& find_class_schema(const std::string& type_name) {
       type_name.c_str(), type_name.c_str());
 }
 
+bool has_class_schema(const std::string& type_name) { return registries().class_schemas.contains(type_name); }
+
 std::shared_ptr<Schema> create_schema(const SchemaHeader& header) {
   if ((header.kind & kKindClassAccess) == 0) return std::make_shared<Schema>();
   return find_class_schema(header.type_name).clone(nullptr);

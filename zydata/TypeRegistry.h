@@ -23,9 +23,9 @@ struct SchemaHeader;
 CORVANE_API void register_factory(const std::string& type_name, std::shared_ptr<DataFactory> factory);
 
 /// The registered factory for a type name and the key bits of `kind`. Throws Util::Error when there is none.
+CORVANE_API std::shared_ptr<DataFactory> find_factory(const std::string& type_name, std::uint32_t kind);
 /// As find_factory; empty when there is none.
 CORVANE_API std::shared_ptr<DataFactory> find_factory_or_null(const std::string& type_name, std::uint32_t kind);
-CORVANE_API std::shared_ptr<DataFactory> find_factory(const std::string& type_name, std::uint32_t kind);
 
 /// Enters the class schema of a structure under its element type name. A name that is already known keeps its first
 /// schema.
@@ -33,6 +33,7 @@ CORVANE_API void register_class_schema(std::shared_ptr<const Schema> class_schem
 
 /// The registered class schema. Throws Util::Error when there is none.
 CORVANE_API const Schema& find_class_schema(const std::string& type_name);
+CORVANE_API bool has_class_schema(const std::string& type_name);
 
 /// Turns a stored header into a new schema: for a kind with "class_access" a fresh one from the registered class
 /// schema, else an empty plain one. Throws Util::Error for a structure that was never registered.

@@ -4,8 +4,9 @@
 #include <string_view>
 #include <utility>
 
-#include "mpsys/FileConnection.h"
+#include "mpsys/FrameReceiver.h"
 #include "zydata/DataFactory.h"
+#include "zydata/LoadPlace.h"
 #include "zydata/MemoryData.h"
 #include "zydata/Schema.h"
 #include "zydata/SchemaTable.h"
@@ -40,13 +41,21 @@ bool sendDataObject(MPSys::Connection& connection, const std::shared_ptr<DataObj
 std::shared_ptr<DataObj> build_received_object(std::string_view nodes, std::string_view parameters,
                                                std::string_view strings) {
   SchemaTableReader reader(nodes, parameters, strings);
-  const SchemaHeader header = reader.next();
-  std::shared_ptr<Schema> schema = create_schema(header);
-  schema->deserialize(reader, header);
-  reader.check_everything_read();
-  const ReceivedContent scope;
-  return schema->factory()->create_from(schema);
+  try {
+    const SchemaHeader header = reader.next();
+    std::shared_ptr<Schema> schema = create_schema(header);
+    schema->deserialize(reader, header);
+    reader.check_everything_read();
+    const ReceivedContent scope;
+    return schema->factory()->create_from(schema);
+  } catch (Util::Error& error) {
+    const std::uint32_t nodes_begun = reader.next_index();
+    error.set_offset(kNodeSize * (nodes_begun > 0 ? nodes_begun - 1 : 0));
+    throw;
+  }
 }
+
+void locate_frame(Util::Error& error, const DataObj& object, std::size_t frame) { enter_frame(error, object, frame); }
 
 bool receiveDataObject(MPSys::Connection& connection, std::shared_ptr<DataObj>& object, std::int32_t* sender,
                        std::int32_t timeoutMs) {

@@ -260,7 +260,7 @@ TEST_F(Probe, TellsWhatIsWrong) {
   const auto with_nodes = [&](char size) { return with(12, std::string{size, 0, 0, 0, 0, 0, 0, 0}); };
   const std::size_t root_fields = 12 + 8 * 98 + 16;
   const std::vector<std::pair<std::string, std::string>> cases{
-      {"", "it has fewer bytes than a header"},
+      {"", "it is empty"},
       {good.substr(0, 11), "it has fewer bytes than a header"},
       {with(8, std::string(1, '\xfe')), "it holds no data object"},
       {with(0, std::string(1, '\2')), "its message has fewer than three frames"},
@@ -277,7 +277,7 @@ TEST_F(Probe, TellsWhatIsWrong) {
       {with(root_fields, "\x0a"), "the schema uses 75 of 80 stored nodes"},
       {with(root_fields, std::string(1, '\0')), "the schema uses 1 of 80 stored nodes"}};
   for (const auto& [bytes, text] : cases) EXPECT_EQ(probe(bytes), text);
-  EXPECT_ERROR(probe_file(d_dir.path("missing")), "file '" + d_dir.path("missing") + "': it is no readable file");
+  EXPECT_ERROR(probe_file(d_dir.path("missing")), "file '" + d_dir.path("missing") + "': there is no such file");
   EXPECT_ERROR(probe_file(d_dir.path()), "file '" + d_dir.path() + "': it is no readable file");
 }
 

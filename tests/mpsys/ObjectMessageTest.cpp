@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "mpsys/FileConnection.h"
+#include "mpsys/FrameReceiver.h"
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
 #include "zydata/MemoryData.h"
@@ -38,6 +39,10 @@ std::shared_ptr<DataObj> build_received_object(std::string_view nodes, std::stri
                                                std::string_view strings) {
   serializer().schemaFrames = {std::string(nodes), std::string(parameters), std::string(strings)};
   return serializer().object;
+}
+
+void locate_frame(Util::Error& error, const DataObj&, std::size_t frame) {
+  error.enter_field(std::to_string(frame), false);
 }
 
 }  // namespace ZyData

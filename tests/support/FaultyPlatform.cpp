@@ -26,6 +26,8 @@ FaultyPlatform& FaultyPlatform::instance() {
 void FaultyPlatform::reset() {
   d_orders.fill(Order());
   d_faults = 0;
+  d_all = 0;
+  before = nullptr;
   d_calls.fill(0);
   d_transfers.clear();
 }
@@ -43,6 +45,8 @@ int FaultyPlatform::calls(Operation operation) const { return d_calls.at(static_
 
 /// Counts a call and tells whether an order is for it.
 bool FaultyPlatform::strikes(Operation operation) {
+  ++d_all;
+  if (before) before(d_all);
   const int call = ++d_calls.at(static_cast<std::size_t>(operation));
   const Order& order = order_for(operation);
   if (order.first == 0 || call < order.first || (call > order.first && !order.everyCall)) return false;
@@ -161,6 +165,34 @@ void* FaultyPlatform::map(void* hint, std::size_t length, int protection, int fl
 
 int FaultyPlatform::unmap(void* address, std::size_t length) {
   return fails(Operation::unmap) ? -1 : Platform::unmap(address, length);
+}
+
+int FaultyPlatform::open_locked(const char* path, unsigned permissions) {
+  return fails(Operation::openLocked) ? -1 : Platform::open_locked(path, permissions);
+}
+
+int FaultyPlatform::sync(int fd) { return fails(Operation::sync) ? -1 : Platform::sync(fd); }
+
+int FaultyPlatform::sync_folder_of(const std::string& path) {
+  return fails(Operation::syncFolder) ? -1 : Platform::sync_folder_of(path);
+}
+
+int FaultyPlatform::rename(const char* from, const char* to) {
+  return fails(Operation::rename) ? -1 : Platform::rename(from, to);
+}
+
+int FaultyPlatform::link(const char* from, const char* to) {
+  return fails(Operation::link) ? -1 : Platform::link(from, to);
+}
+
+int FaultyPlatform::remove(const char* path) { return fails(Operation::remove) ? -1 : Platform::remove(path); }
+
+int FaultyPlatform::permissions(const char* path) {
+  return fails(Operation::permissions) ? -1 : Platform::permissions(path);
+}
+
+int FaultyPlatform::set_permissions(int fd, int permissions) {
+  return fails(Operation::setPermissions) ? -1 : Platform::set_permissions(fd, permissions);
 }
 
 }  // namespace TestSupport

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -39,6 +40,14 @@ enum class Operation {
   reserveBlocks,
   map,
   unmap,
+  openLocked,
+  sync,
+  syncFolder,
+  rename,
+  link,
+  remove,
+  permissions,
+  setPermissions,
   count  // no operation
 };
 
@@ -63,6 +72,9 @@ class FaultyPlatform final : public Util::Platform {
   void fail(Operation operation, int nth, int error_number);
   /// The `nth` call from now on moves at most `bytes` bytes and reports success.
   void shorten(Operation operation, int nth, std::size_t bytes);
+
+  /// Called before every call, with the number of calls since the last reset, this one included.
+  std::function<void(int)> before;
 
   int calls(Operation operation) const;
   int faults() const { return d_faults; }
@@ -90,6 +102,14 @@ class FaultyPlatform final : public Util::Platform {
   int reserve_blocks(int fd, std::uint64_t size) override;
   void* map(void* hint, std::size_t length, int protection, int flags, int fd, std::uint64_t offset) override;
   int unmap(void* address, std::size_t length) override;
+  int open_locked(const char* path, unsigned permissions) override;
+  int sync(int fd) override;
+  int sync_folder_of(const std::string& path) override;
+  int rename(const char* from, const char* to) override;
+  int link(const char* from, const char* to) override;
+  int remove(const char* path) override;
+  int permissions(const char* path) override;
+  int set_permissions(int fd, int permissions) override;
 
  private:
   static constexpr auto kOperations = static_cast<std::size_t>(Operation::count);
@@ -110,6 +130,7 @@ class FaultyPlatform final : public Util::Platform {
 
   std::array<Order, kOperations> d_orders{};
   int d_faults = 0;  // calls that an order has changed
+  int d_all = 0;     // calls
   std::array<int, kOperations> d_calls{};
   std::vector<Transfer> d_transfers;
 };

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "mpsys/FileConnection.h"
+#include "mpsys/FrameReceiver.h"
 #include "util/USpan.h"
 #include "zydata/ClassSchema.h"
 #include "zydata/data.h"

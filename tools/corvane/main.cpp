@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "tools/corvane/CheckCommand.h"
 #include "tools/corvane/ImportCommand.h"
 #include "tools/corvane/InfoCommand.h"
 #include "tools/corvane/LineText.h"
@@ -21,6 +22,7 @@ int run(int count, char** arguments) {
   int exit_status = 1;  // set by the verb that runs
   CorvaneTool::addImportCommand(app, exit_status);
   CorvaneTool::addInfoCommand(app, exit_status);
+  CorvaneTool::addCheckCommand(app, exit_status);
   CorvaneTool::addMeshCommand(app);
   CorvaneTool::addRenderCommand(app, exit_status);
   try {

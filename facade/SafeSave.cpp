@@ -1,0 +1,101 @@
+#include "facade/SafeSave.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "facade/DatabaseFile.h"
+#include "mpsys/FileConnection.h"
+#include "util/Error.h"
+#include "util/Platform.h"
+
+namespace Mesh2DPlat {
+namespace {
+
+constexpr unsigned kFilePermissions = 0666;
+
+/// Takes a file's name away again unless it is given up.
+class TemporaryName {
+ public:
+  explicit TemporaryName(const std::string& path) : d_path(path) {}
+  TemporaryName(const TemporaryName&) = delete;
+  TemporaryName& operator=(const TemporaryName&) = delete;
+  ~TemporaryName() {
+    if (d_is_there) Util::platform().remove(d_path.c_str());
+  }
+
+  void gone() { d_is_there = false; }
+
+ private:
+  const std::string& d_path;
+  bool d_is_there = true;
+};
+
+class Replacement {
+ public:
+  explicit Replacement(const std::string& path) : d_path(path), d_temporary(path + ".tmp") {}
+
+  void run(const MPSys::Message& message, bool keep_previous) {
+    const int old_permissions = permissions_of_old();
+    const int fd = check(Util::platform().open_locked(d_temporary.c_str(), kFilePermissions), "create its new file");
+    MPSys::FileConnection connection(d_temporary.c_str(), fd, MPSys::FileMode::writing);
+    TemporaryName temporary(d_temporary);  // goes before the descriptor does, which has the name locked
+    if (old_permissions != kNoFile) check(Util::platform().set_permissions(fd, old_permissions), "keep its mode");
+    connection.send(message, 0);
+    check(Util::platform().sync(fd), "write it to the disk");
+    if (keep_previous && old_permissions != kNoFile) keep_old();
+    check(Util::platform().rename(d_temporary.c_str(), d_path.c_str()), "put the new file in its place");
+    temporary.gone();
+    connection.close();
+    check(Util::platform().sync_folder_of(d_path), "write its folder to the disk");
+  }
+
+ private:
+  static constexpr int kNoFile = -1;
+
+  /// `result` is a system call's answer.
+  int check(int result, const char* step) const {
+    if (result >= 0) return result;
+    throw Util::Error(errno, "can't save '%s': failed to %s", d_path.c_str(), step);
+  }
+
+  int permissions_of_old() const {
+    const int permissions = Util::platform().permissions(d_path.c_str());
+    if (permissions < 0 && errno == ENOENT) return kNoFile;
+    return check(permissions, "look at the old file");
+  }
+
+  /// The old file gets a second name first, so that it is never without one.
+  void keep_old() const {
+    const std::string backup = d_path + ".bak";
+    const std::string second = backup + ".tmp";
+    Util::Platform& platform = Util::platform();
+    if (platform.remove(second.c_str()) != 0 && errno != ENOENT) check(-1, "remove an old link");
+    check(platform.link(d_path.c_str(), second.c_str()), "keep the previous version");
+    if (platform.rename(second.c_str(), backup.c_str()) == 0) return;
+    const int error_number = errno;
+    platform.remove(second.c_str());
+    errno = error_number;
+    check(-1, "keep the previous version");
+  }
+
+  std::string d_path;
+  std::string d_temporary;
+};
+
+/// The file itself, where `path` is a symbolic link to one.
+std::string linked_file(const std::string& path) {
+  std::error_code error;
+  if (!std::filesystem::is_symlink(path, error)) return path;
+  const std::filesystem::path target = std::filesystem::canonical(path, error);
+  return error ? path : target.string();
+}
+
+}  // namespace
+
+void replace_file(const std::string& path, const MPSys::Message& message, bool keep_previous) {
+  check_path(path);
+  Replacement(linked_file(path)).run(message, keep_previous);
+}
+
+}  // namespace Mesh2DPlat

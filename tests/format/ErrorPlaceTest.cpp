@@ -1,0 +1,119 @@
+// What errors of a load say beyond their text: the file, the table, the column and the byte where it went wrong.
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/format/Load.h"
+#include "tests/support/TestSupport.h"
+#include "util/Bytes.h"
+
+namespace {
+
+using Mesh2DPlat::DBZydata;
+using TestSupport::file;
+using TestSupport::kMemory;
+
+constexpr std::size_t kSizes = 12;
+constexpr std::size_t kNodes = kSizes + 8 * 98;
+
+std::uint64_t frame_size(const std::string& bytes, std::size_t frame) {
+  return Util::load<std::uint64_t>(bytes.data() + kSizes + 8 * frame);
+}
+
+std::uint64_t frame_start(const std::string& bytes, std::size_t frame) {
+  std::uint64_t start = kNodes;
+  for (std::size_t i = 0; i < frame; ++i) start += frame_size(bytes, i);
+  return start;
+}
+
+void put(std::string& bytes, std::size_t at, const std::string& value) { bytes.replace(at, value.size(), value); }
+
+// Storage frames of a database, by their numbers in the message.
+constexpr std::size_t kThetamin = 3;
+constexpr std::size_t kNetNames = 27;    // offsets
+constexpr std::size_t kVertexRows = 29;  // how many
+constexpr std::size_t kLast = 97;        // options of circuits
+
+struct Case {
+  const char* name;
+  std::function<void(std::string& bytes)> damage;
+  std::string table;
+  std::string column;
+  std::function<std::uint64_t(const std::string& good)> offset;
+};
+
+const std::vector<Case>& cases() {
+  const auto frame = [](std::size_t number) {
+    return [number](const std::string& good) { return frame_start(good, number); };
+  };
+  const auto byte = [](std::uint64_t offset) { return [offset](const std::string&) { return offset; }; };
+  static const std::vector<Case> all{
+      {"two frames", [](std::string& b) { put(b, 0, std::string("\2\0\0\0", 4)); }, "", "", byte(0)},
+      {"cut size table", [](std::string& b) { b.resize(kNodes - 1); }, "", "", byte(kSizes)},
+      {"cut schema", [](std::string& b) { b.resize(kNodes + 5); }, "", "", byte(kNodes)},
+      {"text outside the pool", [](std::string& b) { put(b, kNodes + 2 * 40, "\xff\xff\xff\x7f"); }, "simeshconfig", "",
+       byte(kNodes + 2 * 40)},
+      {"unknown type", [](std::string& b) { put(b, kNodes + 25 * 40 + 12, std::string("\x80\0\0\0", 4)); }, "emnet",
+       "type", byte(kNodes + 25 * 40)},
+      {"another number of frames", [](std::string& b) { put(b, kNodes + 25 * 40 + 12, std::string("\5\0\0\0", 4)); },
+       "emnet", "type", byte(kNodes + 25 * 40)},
+      {"setting of nine bytes",
+       [](std::string& b) {
+         put(b, kSizes + 8 * kThetamin, "\x9");
+         put(b, kSizes + 8 * (kThetamin + 1), "\x7");
+       },
+       "simeshconfig", "thetamin", frame(kThetamin)},
+      {"offsets that fall", [](std::string& b) { put(b, frame_start(b, kNetNames) + 4, "\xff\xff\xff\x7f"); }, "emnet",
+       "name", frame(kNetNames)},
+      {"another row count", [](std::string& b) { put(b, frame_start(b, kVertexRows), "\3"); }, "em2dvertex", "",
+       frame(kVertexRows)},
+      {"cut last column", [](std::string& b) { b.pop_back(); }, "em2dcircuit", "option", frame(kLast)},
+  };
+  return all;
+}
+
+TEST(ErrorPlace, IsWhereTheLoadWentWrong) {
+  DBZydata db(kMemory);
+  const std::string good = TestSupport::read_file(CORVANE_TEST_DATA "/full.zydat");
+  for (const Case& example : cases()) {
+    SCOPED_TRACE(example.name);
+    file("bad") = good;
+    example.damage(file("bad"));
+    std::optional<Util::Error> caught;
+    try {
+      db.openem(true, "bad");
+    } catch (const Util::Error& error) {
+      caught = error;  // a copy keeps the place
+    }
+    ASSERT_TRUE(caught.has_value());
+    EXPECT_EQ(caught->file(), std::string(kMemory) + "/bad.zydat");
+    EXPECT_EQ(caught->table(), example.table);
+    EXPECT_EQ(caught->column(), example.column);
+    EXPECT_EQ(caught->offset(), example.offset(good)) << caught->what();
+  }
+}
+
+TEST(ErrorPlace, IsEmptyForOtherErrors) {
+  const Util::Error error("no load");
+  EXPECT_EQ(error.file() + error.table() + error.column(), "");
+  EXPECT_FALSE(error.offset().has_value());
+}
+
+TEST(ErrorPlace, BelongsToEachCopy) {
+  Util::Error error("text");
+  error.enter_field("column", false, 2);
+  Util::Error copy = error;
+  copy.enter_field("table", true, 3);
+  copy.enter_field("record", true);
+  copy.set_offset(7);
+  EXPECT_EQ(copy.table(), "record/table");
+  EXPECT_EQ(copy.frame(), 5u);
+  EXPECT_EQ(error.table(), "");
+  EXPECT_EQ(error.column(), "column");
+  EXPECT_FALSE(error.offset().has_value());
+}
+
+}  // namespace

@@ -20,7 +20,7 @@ int close_with(int fd, int error_number) {
   return -1;
 }
 
-bool lock(int fd) { return ::flock(fd, LOCK_EX | LOCK_NB) == 0; }
+bool lock_alone(int fd) { return ::flock(fd, LOCK_EX | LOCK_NB) == 0; }
 
 /// False when the file has lost its name: whoever saw it unlocked took it for one that was left behind.
 bool is_named(int fd) {
@@ -49,7 +49,7 @@ bool remove_left_behind(const char* path) {
   }
   const int fd = ::open(path, O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) return errno == ENOENT;
-  if (!lock(fd)) return close_with(fd, EBUSY) == 0;
+  if (!lock_alone(fd)) return close_with(fd, EBUSY) == 0;
   if (names(path, fd) && ::unlink(path) != 0) return close_with(fd, errno) == 0;
   ::close(fd);
   return true;
@@ -60,7 +60,7 @@ bool remove_left_behind(const char* path) {
 int Platform::open_locked(const char* path, unsigned permissions) {
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
     const int fd = ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
-    if (fd >= 0 && lock(fd) && is_named(fd)) return fd;
+    if (fd >= 0 && lock_alone(fd) && is_named(fd)) return fd;
     if (fd >= 0) {
       ::close(fd);
       continue;

@@ -80,7 +80,8 @@ bool Probe::open() {
 /// A header that this library would not have written makes it more likely that the file is something else.
 bool Probe::ends_early(std::string text, std::uint64_t offset) {
   const bool is_ours = d_found.tag == 0 && (d_found.flags & ~kIsDataFlag) == 0;
-  return fault(is_ours ? FileFault::cut_short : FileFault::not_ours, std::move(text), offset);
+  if (is_ours) return fault(FileFault::cut_short, std::move(text), offset);
+  return fault(FileFault::not_ours, "it does not begin like a file of this library", 0);
 }
 
 bool Probe::check_header() {

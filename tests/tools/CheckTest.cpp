@@ -28,7 +28,7 @@ TEST(Check, NamesStateAndPlaceOfEachFile) {
   const ProgramRun mixed = run(folder, "check " + file("good") + " " + file("cut") + " " + file("bad"));
   EXPECT_EQ(mixed.status, 1);
   EXPECT_EQ(mixed.out, file("good") + ": sound, 7682 bytes\n" + file("cut") +
-                           ": cut short: 7000 of 7682 bytes, it ends inside frame 44\n" + file("bad") +
+                           ": cut short: 7000 of 7682 bytes, it ends inside frame 47\n" + file("bad") +
                            ": damaged: the stored offsets of \"name\" do not describe its 6 values (table emnet, "
                            "column name, byte 6285)\n");
   EXPECT_EQ(mixed.err, "");
@@ -36,7 +36,7 @@ TEST(Check, NamesStateAndPlaceOfEachFile) {
   const ProgramRun missing = run(folder, "check " + file("none") + " " + file("text"));
   EXPECT_EQ(missing.status, 2);
   EXPECT_EQ(missing.out, file("none") + ": missing: there is no such file\n" + file("text") +
-                             ": not ours: it holds no data object (byte 8)\n");
+                             ": not ours: it does not begin like a file of this library (byte 0)\n");
 }
 
 TEST(Check, PrintsJson) {

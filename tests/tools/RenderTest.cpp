@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -156,8 +157,12 @@ TEST_F(RenderLayout, RefusesWhatCannotBeDrawn) {
   EXPECT_EQ(with(shape({0, std::numeric_limits<double>::quiet_NaN()})),
             file + "shape \"S\": nan is no length up to a kilometre");
   EXPECT_EQ(with(shape({-1e9, 0})), file + "shape \"S\": -1000000000.000000 is no length up to a kilometre");
-  EXPECT_EQ(with([](Layout& layout) { layout.layers.handed_over().clear(); }),
-            file + "a row names an object that the file lacks");
+  std::vector<std::unique_ptr<EM2DLayer>> taken;
+  const auto take_layers = [&taken](Layout& layout) {
+    for (EM2DLayer* layer : layout.layers.handed_over()) taken.emplace_back(layer);
+    layout.layers.handed_over().clear();
+  };
+  EXPECT_EQ(with(take_layers), file + "a row names an object that the file lacks");
   EXPECT_FALSE(fs::exists(folder.path("out.svg")));
 }
 

@@ -9,23 +9,41 @@
 namespace Mesh2DPlat {
 namespace {
 
-/// Every root that was ever made, and the tables that an open replaced. They are never freed, but stay reachable.
-std::list<DBRoot>& kept_roots() {
+/// The tables of one open database, side by side: programs open many in their time.
+struct Tables {
+  NetTable nets;
+  ConfigTable config;
+  VertexTable vertices;
+  LayerTable layers;
+  SignalTable signals;
+  ShapeTable shapes;
+  ViaTableEntity vias;
+  PolyViaTable polyVias;
+  TraceTable traces;
+  PinTable pins;
+};
+
+// Whatever was ever made is never freed, but stays reachable.
+std::list<DBRoot>& all_roots() {
   static auto* roots = new std::list<DBRoot>;
   return *roots;
 }
+std::list<Tables>& all_tables() {
+  static auto* tables = new std::list<Tables>;
+  return *tables;
+}
 
 template <class T>
-void make_table(std::unique_ptr<T>& slot, ZyData::Schema* top) {
-  slot = std::make_unique<T>();
-  if (top != nullptr) slot->define(*top);
+void set_table(T*& slot, T& table, ZyData::Schema* top) {
+  slot = &table;
+  if (top != nullptr) table.define(*top);
 }
 
 }  // namespace
 
 DBRoot* currentRoot = nullptr;
 
-void replace_root(const std::string& name) { currentRoot = &kept_roots().emplace_back(name); }
+void replace_root(const std::string& name) { currentRoot = &all_roots().emplace_back(name); }
 
 DBRoot::DBRoot(const std::string& /*name*/) {}
 
@@ -33,16 +51,17 @@ DBRoot::~DBRoot() { unlink(); }
 
 // The order in which the record kinds stand in a file.
 void DBRoot::make_tables(ZyData::Schema* top) {
-  make_table(config, top);
-  make_table(nets, top);
-  make_table(vertices, top);
-  make_table(layers, top);
-  make_table(signals, top);
-  make_table(shapes, top);
-  make_table(vias, top);
-  make_table(polyVias, top);
-  make_table(traces, top);
-  make_table(pins, top);
+  Tables& made = all_tables().emplace_back();
+  set_table(config, made.config, top);
+  set_table(nets, made.nets, top);
+  set_table(vertices, made.vertices, top);
+  set_table(layers, made.layers, top);
+  set_table(signals, made.signals, top);
+  set_table(shapes, made.shapes, top);
+  set_table(vias, made.vias, top);
+  set_table(polyVias, made.polyVias, top);
+  set_table(traces, made.traces, top);
+  set_table(pins, made.pins, top);
 }
 
 void DBRoot::start(const std::string& name) {
@@ -64,10 +83,8 @@ void DBRoot::take(OwnedTree loaded) {
 }
 
 void DBRoot::replace_by(DBRoot& fresh) {
-  DBRoot& kept = kept_roots().emplace_back("");  // for the tables that are replaced
   std::swap(*this, fresh);
   fresh.unlink();
-  kept = std::move(fresh);
 }
 
 void DBRoot::unlink() {

@@ -13,6 +13,7 @@
 namespace Mesh2DPlat {
 
 /// What is open: the data tree, its schema, and one table object per record kind. All empty until a database is opened.
+/// Tables belong to the process: those that an open replaces are abandoned, not freed.
 struct DBRoot {
   /// Deliberate: the name is not kept. The root has no name in memory or on disk.
   explicit DBRoot(const std::string& name);
@@ -22,16 +23,16 @@ struct DBRoot {
 
   std::shared_ptr<ZyData::DataObj> tree;
   std::shared_ptr<ZyData::Schema> schema;  // of `tree`
-  std::unique_ptr<NetTable> nets;          // slot 1
-  std::unique_ptr<ConfigTable> config;     // slot 2
-  std::unique_ptr<VertexTable> vertices;   // slot 3
-  std::unique_ptr<LayerTable> layers;      // slot 4
-  std::unique_ptr<SignalTable> signals;    // slot 5
-  std::unique_ptr<ShapeTable> shapes;      // slot 6
-  std::unique_ptr<ViaTableEntity> vias;    // slot 7
-  std::unique_ptr<PolyViaTable> polyVias;  // slot 8
-  std::unique_ptr<TraceTable> traces;      // slot 9
-  std::unique_ptr<PinTable> pins;          // slot 10
+  NetTable* nets = nullptr;                // slot 1
+  ConfigTable* config = nullptr;           // slot 2
+  VertexTable* vertices = nullptr;         // slot 3
+  LayerTable* layers = nullptr;            // slot 4
+  SignalTable* signals = nullptr;          // slot 5
+  ShapeTable* shapes = nullptr;            // slot 6
+  ViaTableEntity* vias = nullptr;          // slot 7
+  PolyViaTable* polyVias = nullptr;        // slot 8
+  TraceTable* traces = nullptr;            // slot 9
+  PinTable* pins = nullptr;                // slot 10
 
   // What was open before is replaced; when something throws, it stays.
   /// Starts an empty database whose top-level schema has this name.

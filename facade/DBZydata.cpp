@@ -15,13 +15,13 @@ namespace {
 
 // The tree comes first: while nothing is open there are no tables either.
 template <class Entity, class Objects>
-void write_to(std::unique_ptr<Entity> DBRoot::*table, const Objects& objects) {
+void write_to(Entity* DBRoot::*table, const Objects& objects) {
   ZyData::DataObj& tree = *currentRoot->open_tree();
   (currentRoot->*table)->write(tree, objects);
 }
 
 template <class Entity, class... Arguments>
-bool read_from(std::unique_ptr<Entity> DBRoot::*table, Arguments&... arguments) {
+bool read_from(Entity* DBRoot::*table, Arguments&... arguments) {
   ZyData::DataObj& tree = *currentRoot->open_tree();
   (currentRoot->*table)->read(tree, arguments...);
   return true;

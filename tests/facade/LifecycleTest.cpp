@@ -1,6 +1,8 @@
 // Opening, saving and the root that all databases share.
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -12,6 +14,7 @@
 #include "mpsys/Message.h"
 #include "tests/facade/Layout.h"
 #include "tests/support/TestSupport.h"
+#include "util/Platform.h"
 #include "zydata/Array.h"
 #include "zydata/TypeRegistry.h"
 
@@ -67,9 +70,8 @@ std::string file_system_error(const std::function<void()>& action, const std::st
 }
 
 bool all_tables(const DBRoot& root, bool there) {
-  const std::vector<const EntityTable*> tables{
-      root.nets.get(),   root.config.get(), root.vertices.get(), root.layers.get(), root.signals.get(),
-      root.shapes.get(), root.vias.get(),   root.polyVias.get(), root.traces.get(), root.pins.get()};
+  const std::vector<const EntityTable*> tables{root.nets,   root.config, root.vertices, root.layers, root.signals,
+                                               root.shapes, root.vias,   root.polyVias, root.traces, root.pins};
   return std::all_of(tables.begin(), tables.end(), [&](const auto* table) { return (table != nullptr) == there; });
 }
 
@@ -282,12 +284,30 @@ TEST_F(Database, FreesTheTreeThatAnotherReplaces) {
     ASSERT_TRUE(db.openem(true, "a"));
     const std::weak_ptr<ZyData::DataObj> tree = currentRoot->tree;
     const std::weak_ptr<ZyData::DataObj> column = currentRoot->tree->find_path("em2dlayer/id");
-    const EntityTable* table = currentRoot->layers.get();
+    const EntityTable* table = currentRoot->layers;
     ASSERT_TRUE(db.openem(load, "a"));
     EXPECT_TRUE(tree.expired() && column.expired());
-    EXPECT_NE(currentRoot->layers.get(), table);
+    EXPECT_NE(currentRoot->layers, table);
     EXPECT_EQ(layer_ids(db), load ? std::vector<int>{5} : std::vector<int>());
   }
+}
+
+/// Bytes of this process that lie in memory.
+std::int64_t resident_bytes() {
+  std::ifstream statm("/proc/self/statm");
+  std::int64_t all = 0, resident = 0;
+  statm >> all >> resident;
+  return resident * static_cast<std::int64_t>(Util::platform().page_size());
+}
+
+TEST_F(Database, HoldsLittleOfWhatWasReplaced) {
+  if (TestSupport::kAddressSanitizer) GTEST_SKIP() << "the sanitizer keeps what was freed";
+  save_layers("a", {5});
+  DBZydata db(d_folder);
+  for (int i = 0; i < 200; ++i) db.openem(true, "a");
+  const std::int64_t before = resident_bytes();
+  for (int i = 0; i < 10000; ++i) db.openem(true, "a");
+  EXPECT_LT(resident_bytes() - before, 4 << 20);
 }
 
 TEST_F(Database, KeepsRowsInOrderOverSavesAndLoads) {

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# All checks before a change goes in:  tools/check.sh [STEP...]  (format layers gcc asan; default all; also clang)
+# All checks before a change goes in:  tools/check.sh [STEP...]  (format layers gcc asan fuzz; default all; also clang)
 #
-# The build under the sanitizers is clang's, so both compilers' warnings are errors without a build for that alone.
+# The build under the sanitizers is clang's, so both compilers' warnings are errors without a build for that alone; it
+# has the fuzz targets too, which run for a minute.
 # Headers alone, the install test and the layer check's own test are part of the test runs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -13,9 +14,10 @@ check_layers() { python3 tools/check_layers.py; }
 check_gcc() { scripts/test.sh release; }
 check_clang() { scripts/test.sh clang; }
 check_asan() { scripts/test.sh asan; }
+check_fuzz() { scripts/fuzz.sh 15 asan; }
 
 steps=("$@")
-[ $# -gt 0 ] || steps=(format layers gcc asan)
+[ $# -gt 0 ] || steps=(format layers gcc asan fuzz)
 for step in "${steps[@]}"; do
   if ! declare -F "check_$step" >/dev/null; then
     echo "check: unknown step $step" >&2

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "model/SImesh2D.h"
 #include "mpsys/Message.h"
@@ -69,11 +71,14 @@ class MeshDamage : public testing::Test {
 };
 
 TEST_F(MeshDamage, NeverReachesTheMesh) {
+  // The sanitizers take their time: one value there, turned from byte to byte.
+  const std::vector<int> masks{0xff, 0x01, 0x40};
+  const std::size_t values = TestSupport::kAddressSanitizer ? 1 : masks.size();
   file("corvane2d") = d_good;
   for (std::size_t at = 0; at < d_good.size() && !HasFailure(); ++at) {
     char& byte = file("corvane2d")[at];
-    for (const char damaged : {static_cast<char>(~byte), static_cast<char>(byte ^ 1), static_cast<char>(byte ^ 0x40)}) {
-      const char old = std::exchange(byte, damaged);
+    for (std::size_t i = 0; i < values; ++i) {
+      const char old = std::exchange(byte, static_cast<char>(byte ^ masks[(at + i) % masks.size()]));
       try_file();
       byte = old;
       if (HasFailure()) FAIL() << "byte " << at;

@@ -1,0 +1,137 @@
+// Sound files with changed contents: the framing is made anew after every change, so that it reaches the checks behind
+// it. The files are used like those of load_fuzz.
+//
+// Input: one byte that chooses a file of load_fuzz, then changes of eight bytes: what is done, to which frame, where
+// (two bytes) and a number (four bytes).
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/fuzz/UseFile.h"
+#include "tests/support/TestSupport.h"
+#include "util/Bytes.h"
+
+namespace {
+
+constexpr std::size_t kHeader = 12;
+constexpr std::size_t kChange = 8;
+constexpr std::size_t kMostChanges = 64;
+constexpr std::size_t kMostFrameBytes = 1 << 14;
+
+using Frames = std::vector<std::string>;
+
+Frames frames_of(const std::string& name) {
+  const std::string bytes = TestSupport::read_file(CORVANE_TEST_DATA "/../fuzz/corpus/load/" + name);
+  const std::size_t count = Util::load<std::uint32_t>(bytes.data());
+  Frames frames;
+  std::size_t next = kHeader + 8 * count;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t size = Util::load<std::uint64_t>(bytes.data() + kHeader + 8 * i);
+    frames.push_back(bytes.substr(next, size));
+    next += size;
+  }
+  return frames;
+}
+
+std::vector<Frames> all_files() {
+  std::vector<Frames> files;
+  for (const char* name : {"db", "full", "mesh", "circuits", "kinds", "arrays", "values", "table", "bound_table",
+                           "dictionary", "sparse", "searchable", "mapped", "mapped_runs"})
+    files.push_back(frames_of(name));
+  return files;
+}
+
+std::string file_of(const Frames& frames) {
+  Util::ByteWriter writer;
+  for (const std::uint32_t word : {static_cast<std::uint32_t>(frames.size()), 0u, 1u}) writer.put(word);
+  for (const std::string& frame : frames) writer.put(std::uint64_t{frame.size()});
+  for (const std::string& frame : frames) writer.put_bytes(frame);
+  return writer.bytes();
+}
+
+struct Change {
+  std::uint8_t what;
+  std::uint8_t frame;
+  std::uint16_t where;
+  std::uint32_t number;
+};
+
+Change change_at(const std::uint8_t* data) {
+  const auto* bytes = reinterpret_cast<const char*>(data);
+  const auto where = static_cast<std::uint16_t>(Util::load<std::uint32_t>(bytes) >> 16);
+  return {data[0], data[1], where, Util::load<std::uint32_t>(bytes + 4)};
+}
+
+template <class Number>
+void put(std::string& frame, std::size_t element, Number number) {
+  if (frame.size() < sizeof number) return;
+  const std::size_t offset = element % (frame.size() / sizeof number) * sizeof number;
+  Util::ByteWriter writer;
+  writer.put(number);
+  frame.replace(offset, sizeof number, writer.bytes());
+}
+
+void add(std::string& frame, std::size_t word, std::uint32_t number) {
+  if (frame.size() < 4) return;
+  const std::size_t offset = word % (frame.size() / 4) * 4;
+  put(frame, word, Util::load<std::uint32_t>(frame.data() + offset) + number);
+}
+
+/// Copies a run of `count` words to another place of the frame: names, kinds and whole nodes of others.
+void copy_words(std::string& frame, std::size_t to, std::size_t from, std::size_t count) {
+  const std::size_t words = frame.size() / 4;
+  if (words == 0) return;
+  const std::string run = frame.substr(from % words * 4, count * 4);
+  frame.replace(to % words * 4, run.size(), run);
+}
+
+/// Inserts or takes out whole words.
+void resize(std::string& frame, std::size_t at, std::int8_t words) {
+  at %= frame.size() + 1;
+  const auto bytes = static_cast<std::size_t>(words < 0 ? -words : words) * 4;
+  if (words < 0) {
+    frame.erase(at, bytes);
+  } else if (frame.size() + bytes <= kMostFrameBytes) {
+    frame.insert(at, bytes, '\0');
+  }
+}
+
+void make_change(const Change& change, Frames& frames) {
+  if (frames.empty()) return;
+  std::string& frame = frames[change.frame % frames.size()];
+  switch (change.what % 9) {
+    case 0:
+      return put(frame, change.where, static_cast<std::uint8_t>(change.number));
+    case 1:
+      return put(frame, change.where, change.number);
+    case 2:
+      return put(frame, change.where, std::uint64_t{change.number} << (change.what / 9));
+    case 3:
+      return add(frame, change.where, change.number);
+    case 4:
+      return copy_words(frame, change.where, change.number % 0x10000, 1);
+    case 5:
+      return copy_words(frame, change.where / 10 * 10, change.number % 0x10000 / 10 * 10, 10);
+    case 6:
+      return resize(frame, change.where, static_cast<std::int8_t>(change.number));
+    case 7:
+      return frame.swap(frames[change.number % frames.size()]);
+    default:
+      frame = frames[change.number % frames.size()];
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const std::vector<Frames> files = all_files();
+  if (size == 0) return 0;
+  Frames frames = files[data[0] % files.size()];
+  const std::size_t changes = std::min((size - 1) / kChange, kMostChanges);
+  for (std::size_t i = 0; i < changes; ++i) make_change(change_at(data + 1 + i * kChange), frames);
+  TestSupport::use_file(file_of(frames));
+  return 0;
+}

@@ -7,7 +7,8 @@
 db.zydat is the small example of docs/file-format.md; full.zydat has rows in every table and values that are easily
 lost on the way; corvane2d.zydat has a mesh with elements of every kind. tests/format/GoldenFileTest.cpp makes the three
 through the library. kinds.zydat is no database: it has one object of each kind, and the other files called kinds... are
-those that its mapped objects refer to. tests/format/KindsTest.cpp makes them through the library.
+those that its mapped objects refer to. structures.zydat has the kinds that need a program's own structure.
+tests/format/KindsTest.cpp makes them through the library.
 """
 import argparse
 import hashlib
@@ -29,7 +30,7 @@ UNTYPED = "ZyData::UntypedClass"
 TEXT = "const char*"
 PACK = {"bool": "?", "short": "h", "unsigned char": "B", "char": "c", "int": "i", "unsigned int": "I", "long": "i",
         "float": "f", "double": "d"}
-WITHOUT_COUNT = (KIND_VALUE, 0x1000, KIND_RECORD, 0x8, KIND_TABLE)
+WITHOUT_COUNT = (KIND_VALUE, 0x1000, KIND_RECORD, 0x8, 0x1008, KIND_TABLE, 0x40000, 0x40010, 0x41008)
 
 
 def enumeration(name):
@@ -173,7 +174,7 @@ class Message:
         if kind == KIND_TEXT:
             self.parameters += struct.pack("<Q", 0)
         elif kind not in WITHOUT_COUNT:
-            self.parameters += struct.pack("<QI", 0, kind)
+            self.parameters += struct.pack("<QI", 0, kind & 0x100DFFF)
         self.parameters += struct.pack("<I", len(text)) + text.encode()
 
     def numbers(self, type_name, values):
@@ -325,13 +326,35 @@ def kinds():
     return files
 
 
+POINT = [("id", "int", "7"), ("x", "float", "")]  # member, type, default value
+STRUCTURED = [("object", "TestObjects::Point", 0x40000), ("objects", "TestObjects::Point", 0x40001),
+              ("point", "TestObjects::Point", 0x40010), ("points", "TestObjects::Point", KIND_TABLE),
+              ("bound", "TestObjects::Point", 0x41008), ("unbound", UNTYPED, 0x1008)]
+
+
+def structures():
+    """One object of each kind that a structure can have, and a table that could get a default."""
+    message = Message()
+    message.node("structures", UNTYPED, KIND_RECORD, len(STRUCTURED))
+    for name, type_name, kind in STRUCTURED:
+        fields = POINT if kind & (KIND_RECORD | 0x8) else []
+        message.node(name, type_name, kind, len(fields))
+        for field, field_type, default in fields:
+            message.node(field, field_type, 0x1000 if kind & KIND_RECORD else KIND_NUMBERS, 0, default)
+    message.frames += [struct.pack("<if", 1, 0.5), struct.pack("<ifif", 2, -1, 3, 1e30)]
+    message.frames += [pack("int", [4]), pack("float", [0.25])]
+    for rows in (2, 1, 0):
+        message.frames += [struct.pack("<Q", rows), pack("int", range(5, 5 + rows)), pack("float", [0.125] * rows)]
+    return message.bytes()
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--check", action="store_true")
     parser.add_argument("folder", type=pathlib.Path)
     arguments = parser.parse_args()
     files = {"db.zydat": database("db", SMALL), "full.zydat": database("full", FULL),
-             "corvane2d.zydat": mesh(MESH), **kinds()}
+             "corvane2d.zydat": mesh(MESH), "structures.zydat": structures(), **kinds()}
     if hashlib.sha256(files["db.zydat"]).hexdigest() != SMALL_SHA256:
         sys.exit("the small example has not the documented SHA-256")
     for name, content in files.items():

@@ -12,6 +12,7 @@
 #include "tests/format/Load.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/TestSupport.h"
+#include "tests/zydata/TestObjects.h"
 #include "util/Assert.h"
 #include "util/Bytes.h"
 #include "zydata/SchemaTable.h"
@@ -391,24 +392,26 @@ TEST(DamageDeathTest, OfTheNodeTableEndsTheProgram) {
   EXPECT_DEATH(db.openem(true, "damaged"), "assertion failed: \"i < siz\", file .*SchemaTable.cpp, line [0-9]+");
 }
 
-/// A message with an object of each kind, which is no database; damage may name other files than its own.
+/// Messages with an object of each kind, which are no databases; damage may name other files than their own.
 TEST(DamagedKinds, AreDocumentedErrorsOrOtherTrees) {
+  ZyData::register_class_type<TestObjects::Point>();
   for (const char* name : {"kinds.mapped", "kinds.defaults", "kinds.offsets", "kinds.values", "kinds.column"})
     TestSupport::MemoryPlatform::instance().files[name] =
         TestSupport::read_file(CORVANE_TEST_DATA "/" + std::string(name));
-  const std::string good = golden("kinds");
   int loaded = 0;
   const auto use = [&](const std::string& bytes) {
     if (!TestSupport::has_sound_node_table(bytes)) return;
     file("damaged") = bytes;
     loaded += TestSupport::use_tree(std::string(kMemory) + "/damaged.zydat") ? 1 : 0;
   };
-  for (std::size_t i = 0; i < good.size(); ++i) {
-    use(good.substr(0, i));
-    for (const int flip : {0x01, 0x80, 0xff}) {
-      std::string bytes = good;
-      bytes[i] = static_cast<char>(bytes[i] ^ flip);
-      use(bytes);
+  for (const std::string& good : {golden("kinds"), golden("structures")}) {
+    for (std::size_t i = 0; i < good.size(); ++i) {
+      use(good.substr(0, i));
+      for (const int flip : {0x01, 0x80, 0xff}) {
+        std::string bytes = good;
+        bytes[i] = static_cast<char>(bytes[i] ^ flip);
+        use(bytes);
+      }
     }
   }
   EXPECT_GT(loaded, 1000);

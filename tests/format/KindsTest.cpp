@@ -6,6 +6,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/format/Tree.h"
@@ -21,6 +22,7 @@ namespace ZyData {
 namespace {
 
 using TestObjects::element;
+using TestObjects::Point;
 using TestSupport::InFolder;
 using TestSupport::load_tree;
 using TestSupport::read_file;
@@ -111,6 +113,48 @@ void add_composites(DataObj& root) {
   frame->refresh();
 }
 
+/// Adds an object that `declared` describes, as one of this kind.
+std::shared_ptr<DataObj> add_structured(DataObj& root, const std::string& name, std::uint32_t kind,
+                                        const Schema& declared) {
+  const std::string& type = declared.type_name();
+  const auto schema = std::make_shared<Schema>(name, type, kind, find_factory(type, kind)->copy());
+  for (const auto& field : declared.fields()) schema->add_field(field);
+  root.add_field(name, schema);
+  return root.find_path(name);
+}
+
+/// One object of each kind that a structure can have.
+std::shared_ptr<DataObj> make_structures() {
+  register_class_type<Point>();
+  const auto made = make_record("structures");
+  DataObj& root = *made;
+  const auto declared = Point::class_schema();
+  const Schema bare("", declared->type_name(), 0, nullptr);
+  add_structured(root, "object", 0x40000, bare);
+  root.get<Value<Point>>("object")->set({1, 0.5F});
+  add_structured(root, "objects", 0x40001, bare);
+  for (const Point& point : {Point{2, -1}, Point{3, 1e30F}}) root.get<Array<Point>>("objects")->push_back(point);
+  const auto record = add_structured(root, "point", 0x40010, *declared->record_form());
+  record->get<Value<int>>("id")->set(4);
+  record->get<Value<float>>("x")->set(0.25F);
+  const auto columns = declared->vector_form();
+  const auto unbound = make_frame_schema("");
+  for (const auto& field : columns->fields()) unbound->add_field(field);
+  const std::tuple<const char*, std::uint32_t, const Schema*, int> tables[] = {{"points", 0x40008, columns.get(), 2},
+                                                                               {"bound", 0x41008, columns.get(), 1},
+                                                                               {"unbound", 0x1008, unbound.get(), 0}};
+  for (const auto& [name, kind, schema, rows] : tables) {
+    const auto table = add_structured(root, name, kind, *schema);
+    for (int i = 0; i < rows; ++i) {
+      table->get<Array<int>>("id")->push_back(5 + i);
+      table->get<Array<float>>("x")->push_back(0.125F);
+    }
+    std::dynamic_pointer_cast<FrameBase>(table)->refresh();
+  }
+  made->clear_hierarchy();
+  return made;
+}
+
 /// A tree with one object of each kind, linked to nothing.
 std::shared_ptr<DataObj> make_kinds() {
   const auto root = make_record("kinds");
@@ -145,6 +189,17 @@ TEST_F(GoldenKinds, HoldWhatWasMade) {
   EXPECT_EQ(loaded->get<SearchableStringArray>("searchable")->find("y"), 1);
   EXPECT_EQ(loaded->get<SparseArray<float>>("thin")->value_at(3), 1.5F);
   EXPECT_EQ(loaded->get<SparseArray<bool>>("faint")->value_at(14), true);
+}
+
+TEST_F(GoldenKinds, OfStructuresAreWhatIsSavedAndHoldWhatWasMade) {
+  const auto made = make_structures();
+  save_tree("structures.zydat", made);
+  EXPECT_TRUE(read_file("structures.zydat") == golden("structures.zydat"));
+  const auto loaded = load_tree("structures.zydat");
+  EXPECT_EQ(printed(*loaded), printed(*made));
+  EXPECT_EQ(loaded->get<Array<Point>>("objects")->at(1)->id, 3);
+  save_tree("again", loaded);
+  EXPECT_TRUE(read_file("again") == golden("structures.zydat"));
 }
 
 // --- every kind of every element type --------------------------------------------------------

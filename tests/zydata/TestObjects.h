@@ -72,6 +72,18 @@ inline void register_rows() {
   ZyData::register_class_type<Row>();
 }
 
+/// A structure of numbers without gaps, which can be stored as its bytes, too.
+struct Point {
+  int id = 0;
+  float x = 0;
+
+  static std::shared_ptr<ZyData::ClassSchema<Point>> class_schema() {
+    auto schema = std::make_shared<ZyData::ClassSchema<Point>>("points");
+    schema->add(&Point::id, "id", 7).add(&Point::x, "x", 0);
+    return schema;
+  }
+};
+
 inline std::string bytes_of(ZyData::DataObj& frame) {
   return frame.size_bytes() == 0 ? "" : std::string(static_cast<const char*>(frame.data()), frame.size_bytes());
 }

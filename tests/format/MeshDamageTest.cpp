@@ -20,6 +20,7 @@ namespace {
 using Mesh2DPlat::DBZydata;
 using Mesh2DPlat::SImesh2D;
 using TestSupport::file;
+using TestSupport::is_tried;
 using TestSupport::kMemory;
 
 struct Stopped {};
@@ -71,14 +72,13 @@ class MeshDamage : public testing::Test {
 };
 
 TEST_F(MeshDamage, NeverReachesTheMesh) {
-  // The sanitizers take their time: one value there, turned from byte to byte.
   const std::vector<int> masks{0xff, 0x01, 0x40};
-  const std::size_t values = TestSupport::kAddressSanitizer ? 1 : masks.size();
   file("corvane2d") = d_good;
   for (std::size_t at = 0; at < d_good.size() && !HasFailure(); ++at) {
     char& byte = file("corvane2d")[at];
-    for (std::size_t i = 0; i < values; ++i) {
-      const char old = std::exchange(byte, static_cast<char>(byte ^ masks[(at + i) % masks.size()]));
+    for (std::size_t i = 0; i < masks.size(); ++i) {
+      if (!is_tried(at, i)) continue;
+      const char old = std::exchange(byte, static_cast<char>(byte ^ masks[i]));
       try_file();
       byte = old;
       if (HasFailure()) FAIL() << "byte " << at;

@@ -11,6 +11,7 @@
 
 #include "mpsys/FileConnection.h"
 #include "mpsys/Message.h"
+#include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
 #include "util/Error.h"
 #include "zydata/Dict.h"
@@ -37,6 +38,10 @@ inline bool has_sound_node_table(const std::string& bytes) {
     return false;
   }
 }
+
+/// True when the damage of this number is to be tried at this place: under the sanitizers, which take their time, every
+/// third one, turned from place to place.
+inline bool is_tried(std::size_t place, std::size_t damage) { return !kAddressSanitizer || (place + damage) % 3 == 0; }
 
 /// Takes what is printed while it lives.
 class NoOutput {

@@ -68,7 +68,7 @@ TEST(MeshBoard, GivesTheSameFileEveryTime) {
 TEST(MeshBoard, TakesSizesFromTheRequestTheSettingsOrTheExtent) {
   const TempDir folder;
   Layout layout = empty_layout();
-  add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(0, 0, 100, 50));
+  add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(0, 0, 100, 10));
   save(layout, folder.path());
   const MeshReport by_settings = mesh_directory(folder.path());
   EXPECT_EQ(std::pair(by_settings.max_edge, by_settings.min_edge), std::pair(1.0, 0.05));

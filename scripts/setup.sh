@@ -3,6 +3,7 @@
 #
 #   scripts/setup.sh          what a build and its tests need
 #   scripts/setup.sh --ci     also the second compiler and the checkers
+#   scripts/setup.sh --coverage  also what counts executed lines
 #   scripts/setup.sh --demo   also real circuit boards for the demo
 set -euo pipefail
 
@@ -11,6 +12,7 @@ packages=(g++ cmake ninja-build libgtest-dev libbenchmark-dev libcli11-dev nlohm
 for option in "$@"; do
   case $option in
     --ci) packages+=(clang clang-format clang-tidy libclang-rt-14-dev) ;;
+    --coverage) packages+=(gcovr) ;;
     --demo) packages+=(kicad-demos) ;;
     *)
       echo "setup: unknown option $option" >&2

@@ -66,7 +66,7 @@ void send_frames(VFileStream& stream, const FrameList& frames) {
 bool receive_header(VFileStream& stream, Header& header) {
   const std::int64_t received = stream.read(&header, sizeof header);
   const int error_number = errno;
-  if (received == -1) throw_failure(kReceiveFailed, Util::system_error_text(error_number));
+  if (received == -1) throw_failure(kReceiveFailed, error_number);
   return received == static_cast<std::int64_t>(sizeof header);
 }
 
@@ -130,7 +130,7 @@ template <class Stream>
 void FileConnectionBase<Stream>::close() {
   if (d_stream.close() == 0) return;
   const int error_number = errno;
-  throw_failure(d_mode == FileMode::writing ? kSendFailed : kReceiveFailed, Util::system_error_text(error_number));
+  throw_failure(d_mode == FileMode::writing ? kSendFailed : kReceiveFailed, error_number);
 }
 
 template class FileConnectionBase<VFileStream>;

@@ -83,13 +83,7 @@ std::int32_t open_file(const char* fileName, FileMode mode) {
 
 template <class Stream>
 FileConnectionBase<Stream>::FileConnectionBase(const char* fileName, FileMode mode)
-    : FileConnectionBase(fileName, open_file(fileName, mode), mode) {}
-
-template <class Stream>
-FileConnectionBase<Stream>::FileConnectionBase(const char* fileName, std::int32_t fd, FileMode mode)
-    : d_stream(fileName), d_mode(mode) {
-  d_stream.attach(fd);
-}
+    : FileConnectionBase(fileName, mode, [&] { return open_file(fileName, mode); }) {}
 
 template <class Stream>
 FileConnectionBase<Stream>::~FileConnectionBase() = default;

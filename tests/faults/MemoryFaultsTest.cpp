@@ -11,7 +11,7 @@ namespace TestSupport {
 namespace {
 
 // Instrumented programs are slow: there, every few requests, but others on each path.
-constexpr std::uint64_t kStride = kAddressSanitizer ? 13 : 1;
+constexpr std::uint64_t kStride = kAddressSanitizer ? 9 : 1;
 
 /// Running out of memory has its own exception, and some of the library's texts.
 bool is_lack_of_memory(const std::exception_ptr& error) {

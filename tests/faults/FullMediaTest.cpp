@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "facade/DBZydata.h"
@@ -107,11 +108,26 @@ TEST_F(FullMedia, AFileThatMayNotGrowFailsAtWhateverPartReachesTheLimit) {
 
 constexpr int kSmall = 64 * 1024;
 
+bool write_line(const char* path, const std::string& line) {
+  return (std::ofstream(path) << line << std::flush).good();
+}
+
+/// A name space of its own for mounts, which a user other than root gets with one for users, where the user is the
+/// same.
+bool leave_mounts() {
+  if (::geteuid() == 0) return ::unshare(CLONE_NEWNS) == 0;
+  const std::string user = std::to_string(::geteuid());
+  const std::string group = std::to_string(::getegid());
+  return ::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 && write_line("/proc/self/setgroups", "deny") &&
+         write_line("/proc/self/uid_map", user + " " + user + " 1") &&
+         write_line("/proc/self/gid_map", group + " " + group + " 1");
+}
+
 /// Mounts a small file system of this many bytes on an empty folder, for this process only. Empty, or why that failed.
 std::string mount_small(const std::string& folder, int bytes) {
-  const bool root = ::geteuid() == 0;
-  if (::unshare(root ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) return std::strerror(errno);
-  if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return std::strerror(errno);
+  if (!leave_mounts() || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+    return std::strerror(errno);
+  }
   const std::string options = "size=" + std::to_string(bytes);
   return ::mount("tmpfs", folder.c_str(), "tmpfs", 0, options.c_str()) == 0 ? "" : std::strerror(errno);
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "facade/ModelAccess.h"
 #include "zydata/String.h"
@@ -30,10 +31,22 @@ std::shared_ptr<ZyData::Schema> setting_schema(const char* name) {
   }
 }
 
-/// Throws unless the record has every field in its type.
-void check_fields(ZyData::DataObj& record) {
-  ModelAccess::visit_settings(
-      [&](const char* name, auto getter, auto) { record.get<SettingField<SettingType<decltype(getter)>>>(name); });
+/// The record's fields in the order of the settings. Throws unless it has every one in its type.
+std::vector<ZyData::DataObj*> fields_of(ZyData::DataObj& record) {
+  std::vector<ZyData::DataObj*> fields;
+  ModelAccess::visit_settings([&](const char* name, auto getter, auto) {
+    fields.push_back(record.get<SettingField<SettingType<decltype(getter)>>>(name).get());
+  });
+  return fields;
+}
+
+/// Calls `visit` with each setting's field, getter and setter.
+template <class Visit>
+void visit_fields(const std::vector<ZyData::DataObj*>& fields, Visit visit) {
+  auto next = fields.begin();
+  ModelAccess::visit_settings([&](const char*, auto getter, auto setter) {
+    visit(static_cast<SettingField<SettingType<decltype(getter)>>&>(**next++), getter, setter);
+  });
 }
 
 }  // namespace
@@ -46,28 +59,27 @@ void ConfigTable::define(ZyData::Schema& top) const {
   top.add_field(record);
 }
 
-void ConfigTable::check(ZyData::DataObj& tree) { check_fields(*tree.find_path(kTable)); }
+void ConfigTable::check(ZyData::DataObj& tree) { fields_of(*tree.find_path(kTable)); }
 
 void ConfigTable::write(ZyData::DataObj& tree, const SImeshConfig& config) {
-  const auto record = tree.find_path(kTable);
-  check_fields(*record);
-  ModelAccess::visit_settings([&](const char* name, auto getter, auto) {
-    record->get<SettingField<SettingType<decltype(getter)>>>(name)->set((config.*getter)());
+  const std::vector<ZyData::DataObj*> fields = fields_of(*tree.find_path(kTable));
+  visit_fields(fields, [&](auto& field, auto getter, auto) {
+    if constexpr (requires { field.text(); }) field.reserve((config.*getter)().size());
   });
+  visit_fields(fields, [&](auto& field, auto getter, auto) { field.set((config.*getter)()); });
 }
 
 void ConfigTable::read(ZyData::DataObj& tree, SImeshConfig& config) {
-  const auto record = tree.find_path(kTable);
-  check_fields(*record);
-  ModelAccess::visit_settings([&](const char* name, auto getter, auto setter) {
-    using T = SettingType<decltype(getter)>;
-    const auto field = record->get<SettingField<T>>(name);
-    if constexpr (std::is_same_v<T, std::string>) {
-      (config.*setter)(std::string(field->text()));
+  const std::vector<ZyData::DataObj*> fields = fields_of(*tree.find_path(kTable));
+  SImeshConfig restored = config;
+  visit_fields(fields, [&](auto& field, auto, auto setter) {
+    if constexpr (requires { field.text(); }) {
+      (restored.*setter)(field.text());
     } else {
-      (config.*setter)(field->get_value());
+      (restored.*setter)(field.get_value());
     }
   });
+  config = std::move(restored);
 }
 
 }  // namespace Mesh2DPlat

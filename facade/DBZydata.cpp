@@ -30,10 +30,10 @@ bool read_from(Entity* DBRoot::*table, Arguments&... arguments) {
 }  // namespace
 
 DBZydata::DBZydata(const std::string& directoryPath) {
+  directory = directoryPath;
   register_layout_types();
   register_mesh_types();
-  replace_root("em2d");
-  directory = directoryPath;
+  replace_root("em2d");  // last: a database that can't be made leaves the open one alone
 }
 
 DBZydata::DBZydata(const DBZydata& other) = default;

@@ -1,5 +1,8 @@
 #include "facade/Probe.h"
 
+#include <cerrno>
+#include <new>
+
 #include "facade/ConfigTable.h"
 #include "facade/DatabaseFile.h"
 #include "facade/LayoutTables.h"
@@ -65,7 +68,8 @@ ProbeResult probe(const std::string& path) {
   try {
     load_and_check(path);
   } catch (const Util::Error& error) {
-    result.fault = FileFault::damaged;
+    if (error.error_number() == ENOMEM) throw std::bad_alloc();
+    result.fault = error.error_number() == 0 ? FileFault::damaged : FileFault::unreadable;
     result.text = error.what();
     result.table = error.table();
     result.column = error.column();

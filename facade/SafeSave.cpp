@@ -37,9 +37,11 @@ class Replacement {
 
   void run(const MPSys::Message& message, bool keep_previous) {
     const int old_permissions = permissions_of_old();
-    const int fd = check(Util::platform().open_locked(d_temporary.c_str(), kFilePermissions), "create its new file");
-    MPSys::FileConnection connection(d_temporary.c_str(), fd, MPSys::FileMode::writing);
+    MPSys::FileConnection connection(d_temporary.c_str(), MPSys::FileMode::writing, [&] {
+      return check(Util::platform().open_locked(d_temporary.c_str(), kFilePermissions), "create its new file");
+    });
     TemporaryName temporary(d_temporary);  // goes before the descriptor does, which has the name locked
+    const int fd = connection.descriptor();
     if (old_permissions != kNoFile) check(Util::platform().set_permissions(fd, old_permissions), "keep its mode");
     connection.send(message, 0);
     check(Util::platform().sync(fd), "write it to the disk");
@@ -62,6 +64,7 @@ class Replacement {
   int permissions_of_old() const {
     const int permissions = Util::platform().permissions(d_path.c_str());
     if (permissions < 0 && errno == ENOENT) return kNoFile;
+    if (permissions < 0 && errno == EEXIST) throw Util::Error("can't save '%s': it is no regular file", d_path.c_str());
     return check(permissions, "look at the old file");
   }
 
@@ -72,23 +75,28 @@ class Replacement {
     Util::Platform& platform = Util::platform();
     if (platform.remove(second.c_str()) != 0 && errno != ENOENT) check(-1, "remove an old link");
     check(platform.link(d_path.c_str(), second.c_str()), "keep the previous version");
-    if (platform.rename(second.c_str(), backup.c_str()) == 0) return;
+    const int renamed = platform.rename(second.c_str(), backup.c_str());
     const int error_number = errno;
-    platform.remove(second.c_str());
+    platform.remove(second.c_str());  // also behind a rename: between two names of one file that does nothing
     errno = error_number;
-    check(-1, "keep the previous version");
+    check(renamed, "keep the previous version");
   }
 
   std::string d_path;
   std::string d_temporary;
 };
 
-/// The file itself, where `path` is a symbolic link to one.
+/// The file itself, or its place, where `path` is a symbolic link. A link of a loop stays what it is.
 std::string linked_file(const std::string& path) {
+  constexpr int kMostLinks = 40;  // as many as the system follows
+  std::filesystem::path file = path;
   std::error_code error;
-  if (!std::filesystem::is_symlink(path, error)) return path;
-  const std::filesystem::path target = std::filesystem::canonical(path, error);
-  return error ? path : target.string();
+  for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(file, error); ++i) {
+    const std::filesystem::path target = std::filesystem::read_symlink(file, error);
+    if (error) break;
+    file = file.parent_path() / target;
+  }
+  return file.string();
 }
 
 }  // namespace

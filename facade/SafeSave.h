@@ -8,7 +8,7 @@
 namespace Mesh2DPlat {
 
 /// Writes a message to a file beside `path`, `<path>.tmp`, and puts that in its place when all bytes are on the disk;
-/// until then the old file stays. Its permission bits are kept; a symbolic link keeps its target's place. With
+/// until then the old file stays. Its permission bits are kept; a symbolic link stays, and its target is replaced. With
 /// `keep_previous` the old file remains as `<path>.bak`, in the place of an older one.
 ///
 /// Throws Util::Error, and leaves the old file, unless everything succeeds; only when the last step fails, the wait for

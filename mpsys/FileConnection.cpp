@@ -66,7 +66,7 @@ void send_frames(VFileStream& stream, const FrameList& frames) {
 bool receive_header(VFileStream& stream, Header& header) {
   const std::int64_t received = stream.read(&header, sizeof header);
   const int error_number = errno;
-  if (received == -1) throw_failure(kReceiveFailed, Util::system_error_text(error_number));
+  if (received == -1) throw_failure(kReceiveFailed, error_number);
   return received == static_cast<std::int64_t>(sizeof header);
 }
 
@@ -83,13 +83,7 @@ std::int32_t open_file(const char* fileName, FileMode mode) {
 
 template <class Stream>
 FileConnectionBase<Stream>::FileConnectionBase(const char* fileName, FileMode mode)
-    : FileConnectionBase(fileName, open_file(fileName, mode), mode) {}
-
-template <class Stream>
-FileConnectionBase<Stream>::FileConnectionBase(const char* fileName, std::int32_t fd, FileMode mode)
-    : d_stream(fileName), d_mode(mode) {
-  d_stream.attach(fd);
-}
+    : FileConnectionBase(fileName, mode, [&] { return open_file(fileName, mode); }) {}
 
 template <class Stream>
 FileConnectionBase<Stream>::~FileConnectionBase() = default;
@@ -130,7 +124,7 @@ template <class Stream>
 void FileConnectionBase<Stream>::close() {
   if (d_stream.close() == 0) return;
   const int error_number = errno;
-  throw_failure(d_mode == FileMode::writing ? kSendFailed : kReceiveFailed, Util::system_error_text(error_number));
+  throw_failure(d_mode == FileMode::writing ? kSendFailed : kReceiveFailed, error_number);
 }
 
 template class FileConnectionBase<VFileStream>;

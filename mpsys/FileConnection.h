@@ -28,8 +28,11 @@ class CORVANE_API FileConnectionBase : public Connection {
  public:
   /// Opens the file; writing creates it or cuts an existing one to nothing. Throws Util::Error.
   FileConnectionBase(const char* fileName, FileMode mode);
-  /// Takes over a descriptor that is open in this mode.
-  FileConnectionBase(const char* fileName, std::int32_t fd, FileMode mode);
+  /// Takes over the descriptor that `open` answers with, open in this mode. What `open` throws passes through.
+  template <class Open>
+  FileConnectionBase(const char* fileName, FileMode mode, Open open) : d_stream(fileName), d_mode(mode) {
+    d_stream.attach(open());  // last: nothing behind it throws, so the descriptor has its owner
+  }
 
   const std::string& name() const override { return d_stream.fileName(); }  // 2: as given to the constructor
   std::int32_t descriptor() const override { return d_stream.fd(); }        // 3

@@ -30,21 +30,24 @@ std::int64_t total_bytes(SizeTable sizes) {
   return static_cast<std::int64_t>(total);
 }
 
-/// Running out of memory is a refusal like any other.
-bool takes(DataObj& frame, std::uint64_t size) {
+/// Running out of memory is a refusal like any other, but has an error number.
+bool takes(DataObj& frame, std::uint64_t size, int& error_number) {
   try {
     return frame.fits(size) && frame.size_bytes() >= size;
   } catch (const std::bad_alloc&) {
-    return false;
+    error_number = ENOMEM;
   } catch (const std::length_error&) {
-    return false;
   }
+  return false;
 }
 
-void prepare_frame(std::size_t index, DataObj& frame, std::uint64_t size) {
-  if (takes(frame, size)) return;
-  throw Util::Error("message receive failed: can't resize frame %d \"%s\" to requested byte size (%lu)",
+/// `error_number` tells why a frame of this kind refuses: 0 when the size is to blame.
+void prepare_frame(std::size_t index, DataObj& frame, std::uint64_t size, int error_number = 0) {
+  if (takes(frame, size, error_number)) return;
+  Util::Error error("message receive failed: can't resize frame %d \"%s\" to requested byte size (%lu)",
                     static_cast<int>(index), frame.type_name().c_str(), static_cast<unsigned long>(size));
+  error.set_error_number(error_number);
+  throw error;
 }
 
 /// Reads what follows the header, part after part, and keeps count of the bytes that the file still has.
@@ -59,7 +62,7 @@ class FrameReader {
   void checkTableFits(std::uint32_t frameCount) const;
   void checkFramesFit(SizeTable sizes) const;
   void readSizes(std::span<std::uint64_t> sizes);
-  /// Sizes frames and fills them.
+  /// Sizes fresh frames, which only a lack of memory limits, and fills them.
   void readFrames(const FrameList& frames, SizeTable sizes);
   /// Fills frames that have their sizes.
   void fill(const FrameList& frames, SizeTable sizes);
@@ -98,7 +101,7 @@ void FrameReader::readSizes(std::span<std::uint64_t> sizes) {
 }
 
 void FrameReader::readFrames(const FrameList& frames, SizeTable sizes) {
-  for (std::size_t i = 0; i < frames.size(); ++i) prepare_frame(i, *frames[i], sizes[i]);
+  for (std::size_t i = 0; i < frames.size(); ++i) prepare_frame(i, *frames[i], sizes[i], ENOMEM);
   fill(frames, sizes);
 }
 
@@ -123,7 +126,7 @@ void FrameReader::fill(const FrameList& frames, SizeTable sizes) {
 /// its bytes arrive.
 std::unique_ptr<std::uint64_t[]> allocate_sizes(std::uint32_t count) {
   std::unique_ptr<std::uint64_t[]> sizes(new (std::nothrow) std::uint64_t[count]);
-  if (sizes == nullptr) throw_failure(kReceiveFailed, Util::system_error_text(ENOMEM));
+  if (sizes == nullptr) throw_failure(kReceiveFailed, ENOMEM);
   return sizes;
 }
 

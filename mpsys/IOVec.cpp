@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "mpsys/Failure.h"
 #include "mpsys/FileStream.h"
 #include "util/Assert.h"
 #include "util/Error.h"
@@ -19,14 +20,14 @@ constexpr std::uint64_t kNotSmall = 128;
 
 /// `moved` is a transfer's answer, `error_number` what errno was then, `wanted` what the segment must move.
 void check_sent(std::int64_t moved, int error_number, std::uint64_t wanted) {
-  if (moved == -1) throw Util::Error("message send failed: %s", Util::system_error_text(error_number).c_str());
+  if (moved == -1) throw_failure(kSendFailed, error_number);
   if (static_cast<std::uint64_t>(moved) >= wanted) return;
   throw Util::Error("message send failed: could only send %ld of %ld bytes", static_cast<long>(moved),
                     static_cast<long>(wanted));
 }
 
 void check_received(std::int64_t moved, int error_number, std::uint64_t wanted) {
-  if (moved == -1) throw Util::Error("message receive failed: %s", Util::system_error_text(error_number).c_str());
+  if (moved == -1) throw_failure(kReceiveFailed, error_number);
   if (static_cast<std::uint64_t>(moved) >= wanted) return;
   throw Util::Error("message truncated: received only %ld of %ld bytes", static_cast<long>(moved),
                     static_cast<long>(wanted));

@@ -26,7 +26,7 @@ Error::Error(const char* format, ...) {
   va_end(arguments);
 }
 
-Error::Error(int error_number, const char* format, ...) {
+Error::Error(int error_number, const char* format, ...) : d_error_number(error_number) {
   std::va_list arguments;
   va_start(arguments, format);
   std::string text = format_text(format, arguments);

@@ -35,6 +35,9 @@ class CORVANE_API Error : public std::exception {
 
   const char* what() const noexcept override;
 
+  /// The system's number for what failed, ENOMEM when it was the memory; 0 when no call of the system failed.
+  int error_number() const noexcept { return d_error_number; }
+
   // Where a load came to grief; empty where that is not known. A table's path leads from the top-level object to the
   // table, "/" between names; settings count as columns of "simeshconfig". The offset is that of the first byte of the
   // part in question: the header, the size table, a schema node, a storage frame.
@@ -43,7 +46,8 @@ class CORVANE_API Error : public std::exception {
   const std::string& column() const noexcept;
   std::optional<std::uint64_t> offset() const noexcept;
 
-  // For loaders, while the error passes through them.
+  // For whoever raises the error, or passes it on.
+  void set_error_number(int error_number) { d_error_number = error_number; }
   void set_file(std::string file);
   void set_offset(std::uint64_t offset);
   /// What was raised lies in this field; to be called from the innermost field outwards. `frames_before` counts the
@@ -67,6 +71,7 @@ class CORVANE_API Error : public std::exception {
 
   std::shared_ptr<const std::string> d_text;
   std::shared_ptr<Place> d_place;  // null: nothing is known
+  int d_error_number = 0;
 };
 
 /// The system's text for an error number, safe to call from several threads.

@@ -96,7 +96,7 @@ class Platform {
   /// A second name for a file.
   virtual int link(const char* from, const char* to);
   virtual int remove(const char* path);
-  /// Permission bits; -1 with errno when there is no such file.
+  /// Permission bits of a regular file; -1 with errno when there is none: EEXIST for anything else of this name.
   virtual int permissions(const char* path);
   virtual int set_permissions(int fd, int permissions);
 

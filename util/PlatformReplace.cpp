@@ -89,7 +89,10 @@ int Platform::remove(const char* path) { return ::unlink(path); }
 
 int Platform::permissions(const char* path) {
   struct stat status {};
-  return ::stat(path, &status) == 0 ? static_cast<int>(status.st_mode & 07777U) : -1;
+  if (::stat(path, &status) != 0) return -1;
+  if (S_ISREG(status.st_mode)) return static_cast<int>(status.st_mode & 07777U);
+  errno = EEXIST;
+  return -1;
 }
 
 int Platform::set_permissions(int fd, int permissions) { return ::fchmod(fd, static_cast<mode_t>(permissions)); }

@@ -1,7 +1,6 @@
 #include "zydata/String.h"
 
 #include <algorithm>
-#include <exception>
 #include <iostream>
 #include <utility>
 
@@ -35,11 +34,10 @@ void StringData::set_field(const std::string& name, std::string_view text) {
 
 void StringData::set_value(const GenericValue& value) { set(value.text()); }
 
-bool StringData::fits(std::uint64_t n) try {
+bool StringData::fits(std::uint64_t n) {
+  if (n > d_text.max_size()) return false;
   d_text.resize(n);
   return true;
-} catch (const std::exception&) {  // longer than a string can be, or than memory allows
-  return false;
 }
 
 void StringData::print(int indent) { print(std::cout, indent); }

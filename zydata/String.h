@@ -27,6 +27,8 @@ class CORVANE_API StringData final : public DataObj {
   const std::string& text() const { return d_text; }
   /// Replaces the text.
   void set(std::string_view text) { d_text = text; }
+  /// Makes room for `bytes` bytes: no set() of a text that is no longer throws.
+  void reserve(std::size_t bytes) { d_text.reserve(bytes); }
   using DataObj::set;
 
   /// Replaces the text; `name` must be empty, because a text has no fields.

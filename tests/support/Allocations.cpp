@@ -10,6 +10,7 @@ struct Requests {
   bool watched = false;
   std::uint64_t count = 0;
   std::uint64_t refused = 0;  // which one; 0: none
+  bool allBehind = false;     // and those behind it
   std::uint64_t bytes = 0;
 };
 
@@ -18,7 +19,9 @@ constinit Requests requests;
 bool refuses(std::size_t size) {
   if (!requests.watched) return false;
   requests.bytes += size;
-  return ++requests.count == requests.refused;
+  ++requests.count;
+  return requests.count == requests.refused ||
+         (requests.allBehind && requests.refused != 0 && requests.count > requests.refused);
 }
 
 }  // namespace
@@ -54,9 +57,15 @@ void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(
 
 namespace TestSupport {
 
-AllocationWatch::AllocationWatch(std::uint64_t refused) { requests = {true, 0, refused, 0}; }
+AllocationWatch::AllocationWatch(std::uint64_t refused, bool and_all_behind) {
+  requests = {true, 0, refused, and_all_behind, 0};
+}
 AllocationWatch::~AllocationWatch() { requests.watched = false; }
 
+void AllocationWatch::pause() { requests.watched = false; }
+void AllocationWatch::go_on() { requests.watched = true; }
+
+std::uint64_t AllocationWatch::count() const { return requests.count; }
 std::uint64_t AllocationWatch::requested() const { return requests.bytes; }
 bool AllocationWatch::refused() const { return requests.refused != 0 && requests.count >= requests.refused; }
 

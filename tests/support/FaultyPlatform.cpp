@@ -25,7 +25,9 @@ FaultyPlatform& FaultyPlatform::instance() {
 
 void FaultyPlatform::reset() {
   d_orders.fill(Order());
+  d_any = Order();
   d_faults = 0;
+  d_first_fault = Operation::count;
   d_all = 0;
   before = nullptr;
   d_calls.fill(0);
@@ -39,24 +41,30 @@ void FaultyPlatform::order(Operation operation, int nth, int error_number, std::
 
 void FaultyPlatform::fail(Operation operation, int nth, int error_number) { order(operation, nth, error_number, 0); }
 
+void FaultyPlatform::failAny(int nth, int error_number, bool and_all_behind) {
+  d_any = {d_all + nth, and_all_behind, error_number, 0};
+}
+
 void FaultyPlatform::shorten(Operation operation, int nth, std::size_t bytes) { order(operation, nth, 0, bytes); }
 
 int FaultyPlatform::calls(Operation operation) const { return d_calls.at(static_cast<std::size_t>(operation)); }
 
-/// Counts a call and tells whether an order is for it.
-bool FaultyPlatform::strikes(Operation operation) {
+/// Counts a call. The order that is for it, or null.
+const FaultyPlatform::Order* FaultyPlatform::strikes(Operation operation) {
   ++d_all;
   if (before) before(d_all);
-  const int call = ++d_calls.at(static_cast<std::size_t>(operation));
-  const Order& order = order_for(operation);
-  if (order.first == 0 || call < order.first || (call > order.first && !order.everyCall)) return false;
-  ++d_faults;
-  return true;
+  const auto index = static_cast<std::size_t>(operation);
+  const int call = ++d_calls.at(index);
+  const Order* order = d_any.is_for(d_all) ? &d_any : &d_orders.at(index);
+  if (order != &d_any && !order->is_for(call)) return nullptr;
+  if (++d_faults == 1) d_first_fault = operation;
+  return order;
 }
 
 bool FaultyPlatform::fails(Operation operation) {
-  if (!strikes(operation)) return false;
-  errno = order_for(operation).errorNumber;
+  const Order* order = strikes(operation);
+  if (order == nullptr) return false;
+  errno = order->errorNumber;
   return true;
 }
 
@@ -66,10 +74,10 @@ std::int64_t FaultyPlatform::transfer(Operation operation, const Util::IoBuffer*
   std::size_t bytes = 0;
   for (std::size_t i = 0; i < count; ++i) bytes += buffers[i].size;
   d_transfers.push_back({operation, count, bytes});
-  if (!strikes(operation)) return call(buffers);
-  const Order& order = order_for(operation);
-  if (order.errorNumber == 0) return call(cut(buffers, count, order.bytes).data());
-  errno = order.errorNumber;
+  const Order* order = strikes(operation);
+  if (order == nullptr) return call(buffers);
+  if (order->errorNumber == 0) return call(cut(buffers, count, order->bytes).data());
+  errno = order->errorNumber;
   return -1;
 }
 

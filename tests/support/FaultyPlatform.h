@@ -70,6 +70,8 @@ class FaultyPlatform final : public Util::Platform {
   /// The `nth` call from now on (1: the next; 0: every one) fails with `error_number`. A failing close closes all the
   /// same. A new order replaces an earlier one for the same operation.
   void fail(Operation operation, int nth, int error_number);
+  /// The same for the `nth` call of whatever operation (1: the next), or for that one and all behind it.
+  void failAny(int nth, int error_number, bool and_all_behind = false);
   /// The `nth` call from now on moves at most `bytes` bytes and reports success.
   void shorten(Operation operation, int nth, std::size_t bytes);
 
@@ -77,7 +79,10 @@ class FaultyPlatform final : public Util::Platform {
   std::function<void(int)> before;
 
   int calls(Operation operation) const;
+  /// Calls that an order has changed since the last reset.
   int faults() const { return d_faults; }
+  /// The operation of the first of them; `count` when there was none.
+  Operation firstFault() const { return d_first_fault; }
   const std::vector<Transfer>& transfers() const { return d_transfers; }
 
   int open_for_reading(const char* path) override;
@@ -119,18 +124,21 @@ class FaultyPlatform final : public Util::Platform {
     bool everyCall = false;  // from that one on
     int errorNumber = 0;     // 0: a short transfer instead
     std::size_t bytes = 0;   // that a short transfer moves
+
+    bool is_for(int call) const { return first != 0 && (call == first || (call > first && everyCall)); }
   };
 
   void order(Operation operation, int nth, int error_number, std::size_t bytes);
-  const Order& order_for(Operation operation) const { return d_orders.at(static_cast<std::size_t>(operation)); }
-  bool strikes(Operation operation);
+  const Order* strikes(Operation operation);
   bool fails(Operation operation);
   template <class Call>
   std::int64_t transfer(Operation operation, const Util::IoBuffer* buffers, std::size_t count, Call call);
 
   std::array<Order, kOperations> d_orders{};
-  int d_faults = 0;  // calls that an order has changed
-  int d_all = 0;     // calls
+  Order d_any;  // by the number of all calls
+  int d_faults = 0;
+  Operation d_first_fault = Operation::count;
+  int d_all = 0;  // calls
   std::array<int, kOperations> d_calls{};
   std::vector<Transfer> d_transfers;
 };

@@ -12,9 +12,11 @@
 #include <iostream>
 #include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <typeinfo>
+#include <utility>
 
 #include "util/Error.h"
 
@@ -94,7 +96,9 @@ class TempDir {
 inline std::string read_file(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   EXPECT_TRUE(stream.is_open()) << path;
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  std::ostringstream bytes;
+  bytes << stream.rdbuf();
+  return std::move(bytes).str();
 }
 
 inline void write_file(const std::string& path, std::string_view bytes) {

@@ -31,6 +31,8 @@ TEST(Error, SystemTextFollowsOnItsOwnLineWithinTheSameLimit) {
     const std::string whole = text.substr(0, 1999) + "\n    " + std::strerror(ENOENT);
     EXPECT_EQ(Error(ENOENT, "%s", text.c_str()).what(), whole.substr(0, 1999)) << size;
   }
+  EXPECT_EQ(Error(ENOENT, "file").error_number(), ENOENT);
+  EXPECT_EQ(Error("file").error_number(), 0);
 }
 
 TEST(Error, EveryCopyKeepsTheText) {

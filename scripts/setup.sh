@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a build needs. Touches no network when all of them are there.
 #
-#   scripts/setup.sh          what a build and its tests need
-#   scripts/setup.sh --ci     also the second compiler and the checkers
+#   scripts/setup.sh             what a build and its tests need
+#   scripts/setup.sh --ci        also the second compiler and the checkers
 #   scripts/setup.sh --coverage  also what counts executed lines
-#   scripts/setup.sh --demo   also real circuit boards for the demo
+#   scripts/setup.sh --demo      also real circuit boards for the demo
 set -euo pipefail
 
 packages=(g++ cmake ninja-build libgtest-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libcgal-dev

@@ -19,9 +19,8 @@ zydata/Array.cpp zydata/Composite.cpp zydata/DataPath.cpp zydata/Factories.cpp z
 zydata/LoadPlace.cpp zydata/MMapArrayImpl.h zydata/MMapVarArray.cpp zydata/MMapVarArrayImpl.h zydata/MemoryData.cpp
 zydata/Record.cpp zydata/String.cpp zydata/TypeRegistry.cpp zydata/Value.h zydata/VarArray.cpp zydata/Vector.cpp
 zydata/serialize.cpp
-facade/ConfigTable.cpp facade/DBRoot.cpp facade/DBZydata.cpp facade/DatabaseFile.cpp facade/EntityTable.h
-facade/LayoutTables.cpp facade/Lookup.cpp facade/Lookup.h facade/MeshOperations.cpp facade/MeshRecord.cpp
-facade/RowFields.h
+facade/ConfigTable.cpp facade/DBRoot.cpp facade/DBZydata.cpp facade/DatabaseFile.cpp facade/LayoutTables.cpp
+facade/Lookup.cpp facade/Lookup.h facade/MeshOperations.cpp facade/MeshRecord.cpp facade/RowFields.h
 """.split()
 
 # Error texts that no test throws, each with the reason.

@@ -236,7 +236,18 @@ TEST(FactoryParameters, OfAnotherKindOrWithANonsenseDefaultAreRefused) {
   }
 }
 
+/// A program's own, which makes nothing.
+class OwnFactory final : public DataFactory {
+ public:
+  explicit OwnFactory(std::uint32_t kind) : DataFactory(kind) {}
+  std::shared_ptr<DataObj> create(std::shared_ptr<Schema>) const override { return nullptr; }
+  void write_parameters(Util::ByteWriter&) const override {}
+  std::shared_ptr<DataFactory> read_parameters(Util::ByteReader&) const override { return copy(); }
+  std::shared_ptr<DataFactory> copy() const override { return std::make_shared<OwnFactory>(kind()); }
+};
+
 TEST(FactoryVectorForm, IsRefusedWhereThereIsNone) {
+  EXPECT_ERROR(OwnFactory(0x2).vector_factory(0x2, 0), "can't vectorize type 0x2 [sparse]");
   EXPECT_ERROR(find_factory("int", 0x5)->vector_factory(0x5, 0), "can't vectorize type 0x5 [var array]");
   EXPECT_ERROR(find_factory("const char*", 0x401)->vector_factory(0x401, 0),
                "can't vectorize type 0x401 [string array]");

@@ -298,6 +298,7 @@ TYPED_TEST(VarArrayOf, HandsOutSpansGenericValuesAndIds) {
     EXPECT_ERROR(array->set_field("", offsets, GenericValue(values, 3)),
                  "the offsets given for array \"x\" do not describe its values");
   }
+  EXPECT_ERROR(array->set_field("y", {0}, GenericValue(values, 0)), "variable array \"x\" has no field named 'y'");
   VarValue<T> one(make_schema<T>("x", 0x4));
   one.set(array->run(0));
   one.set(Util::USpan<T>(one.run().data() + 1, 1));  // a part of itself

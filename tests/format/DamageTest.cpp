@@ -61,6 +61,13 @@ std::string load(DBZydata& db, std::uint64_t* requested = nullptr) {
   return answer;
 }
 
+/// Rows of each table, in the order of the file.
+std::vector<std::uint64_t> table_sizes(const ZyData::DataObj& tree) {
+  std::vector<std::uint64_t> sizes;
+  for (const auto& table : tree.field_data()) sizes.push_back(table->size());
+  return sizes;
+}
+
 std::string golden(const std::string& name) { return TestSupport::read_file(CORVANE_TEST_DATA "/" + name + ".zydat"); }
 
 class Damage : public testing::Test {
@@ -86,6 +93,7 @@ class Damage : public testing::Test {
     const std::string answer = load(d_db, &requested);
     EXPECT_LT(requested, kMemoryPerLoad + 4 * file("damaged").size()) << answer;
     if (answer.empty()) {
+      d_sizes = table_sizes(*currentRoot->tree);
       read_everything(d_db);
       if (d_trees++ % kTreesPerSave == 0) save_twice(d_db);
     }
@@ -102,14 +110,21 @@ class Damage : public testing::Test {
     file("damaged") = bytes;
     return try_damaged();
   }
-  /// Puts `bytes` in the place of those at `offset`, tries the file and puts the old ones back.
+  /// Makes a golden file the one that try_patched() damages.
+  void take_whole(const std::string& name) {
+    EXPECT_EQ(answer_to(golden(name)), "");
+    d_whole_sizes = d_sizes;
+  }
+  /// Puts `bytes` in the place of those at `offset`, tries the file and puts the old ones back. A file that
+  /// loads must have as many rows as before.
   void try_patched(std::size_t offset, const std::string& bytes) {
     std::string& damaged = file("damaged");
     const std::string old = damaged.substr(offset, bytes.size());
     if (old.size() < bytes.size() || old == bytes) return;
     damaged.replace(offset, bytes.size(), bytes);
     const bool failed_before = HasFailure();
-    try_damaged();
+    const bool loads = try_damaged().empty();
+    EXPECT_TRUE(!loads || d_sizes == d_whole_sizes);
     if (HasFailure() && !failed_before) ADD_FAILURE() << "first failure: byte " << offset;
     damaged.replace(offset, bytes.size(), old);
   }
@@ -120,6 +135,8 @@ class Damage : public testing::Test {
 
   DBZydata d_db{kMemory};
   std::shared_ptr<ZyData::DataObj> d_good;
+  std::vector<std::uint64_t> d_sizes,
+      d_whole_sizes;  // rows per table: of the file that was loaded last, of the whole one
   int d_trees = 0;
 };
 
@@ -151,7 +168,7 @@ TEST_F(Damage, CutsAreReportedWithTheirNumbers) {
 // The schema parts of both files are alike: of the second one, the rest is enough.
 TEST_F(Damage, FlippedBytesDoNoHarm) {
   for (const auto& [name, first] : {std::pair("db", std::size_t{0}), std::pair("full", kStorage)}) {
-    file("damaged") = golden(name);
+    take_whole(name);
     for (std::size_t at = first; at < file("damaged").size() && !HasFailure(); ++at) {
       const char byte = file("damaged")[at];
       if (is_tried(at, 0)) try_patched(at, std::string(1, static_cast<char>(byte ^ 0xff)));
@@ -163,13 +180,13 @@ TEST_F(Damage, FlippedBytesDoNoHarm) {
 
 TEST_F(Damage, HugeClaimsTakeNoMemory) {
   for (const auto& [name, first] : {std::pair("db", std::size_t{0}), std::pair("full", kStorage)}) {
-    file("damaged") = golden(name);
+    take_whole(name);
     for (std::size_t at = first; at + 4 <= file("damaged").size(); at += 4) {
       if (is_tried(at / 4, 0)) try_patched(at, "\xff\xff\xff\xff");
       if (is_tried(at / 4, 1)) try_patched(at, "\xff\xff\xff\x7f");
     }
   }
-  file("damaged") = golden("full");
+  take_whole("full");
   for (std::size_t at = 12; at < kNodes; at += 8) {
     for (const std::uint64_t claim : {std::uint64_t{1} << 31, std::uint64_t{1} << 40, std::uint64_t{1} << 63,
                                       std::numeric_limits<std::uint64_t>::max()}) {

@@ -99,7 +99,7 @@ def number_checks():
 
 def build(sanitized):
     folder = WORK / ("sanitized" if sanitized else "plain")
-    flags = f"-O1 -D_GLIBCXX_ASSERTIONS -include {WORK}/source/removed_checks.h"
+    flags = f"-O1 -D_GLIBCXX_ASSERTIONS -include {WORK}/source/removed_checks.h" + ("" if sanitized else " -DNDEBUG")
     options = {"CMAKE_BUILD_TYPE": "Debug", "CMAKE_CXX_FLAGS": flags, "CMAKE_CXX_FLAGS_DEBUG": "-g1",
                "CORVANE_BUILD_TOOLS": "OFF", "CORVANE_BUILD_EXAMPLES": "OFF", "CORVANE_BUILD_BENCHMARKS": "OFF",
                "CORVANE_SANITIZE": "address,undefined" if sanitized else ""}

@@ -2,14 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
-#include <fstream>
+#include <cerrno>
 #include <limits>
-#include <system_error>
 #include <utility>
 
 #include "util/Bytes.h"
 #include "util/Error.h"
+#include "util/Platform.h"
 #include "zydata/Kind.h"
 #include "zydata/SchemaTable.h"
 #include "zydata/TypeRegistry.h"
@@ -22,9 +21,48 @@ constexpr std::uint32_t kSchemaFrames = 3;
 
 constexpr std::uint32_t kIsDataFlag = 1;
 
+/// A regular file, read from its start on. No other is opened: a pipe would wait for its writer.
+class InputFile {
+ public:
+  explicit InputFile(const std::string& path) {
+    Util::Platform& platform = Util::platform();
+    if (platform.permissions(path.c_str()) >= 0) d_fd = platform.open_for_reading(path.c_str());
+    if (d_fd >= 0) {
+      errno = EEXIST;  // what stays when it has become something else by now
+      d_size = platform.bytes_to_end(d_fd);
+    }
+    if (d_size < 0) d_error_number = errno;
+  }
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+  ~InputFile() {
+    if (d_fd >= 0) Util::platform().close(d_fd);
+  }
+
+  /// 0 for a file that is open; EEXIST for one that is no regular file.
+  int error_number() const { return d_error_number; }
+  std::uint64_t size() const { return static_cast<std::uint64_t>(d_size); }
+  /// False, with errno, unless all of the next `size` bytes could be read; 0 when the file ends before.
+  bool read(char* target, std::uint64_t size) {
+    while (size > 0) {
+      errno = 0;
+      const std::int64_t moved = Util::platform().read(d_fd, target, size);
+      if (moved <= 0) return false;
+      target += moved;
+      size -= static_cast<std::uint64_t>(moved);
+    }
+    return true;
+  }
+
+ private:
+  int d_fd = -1;
+  std::int64_t d_size = -1;
+  int d_error_number = 0;
+};
+
 class Probe {
  public:
-  explicit Probe(const std::string& path) : d_path(path) {}
+  explicit Probe(const std::string& path) : d_file(path) {}
 
   FileReport run() {
     if (open() && check_header() && check_sizes() && check_nodes()) check_types();
@@ -46,10 +84,12 @@ class Probe {
     return false;
   }
   bool ends_early(std::string text, std::uint64_t offset);
+  bool unreadable(const std::string& why) { return fault(FileFault::unreadable, "it can't be read: " + why); }
   bool read(char* target, std::uint64_t size) {
-    d_stream.read(target, static_cast<std::streamsize>(size));
-    return d_stream ? true : fault(FileFault::unreadable, "it can't be read");
+    if (d_file.read(target, size)) return true;
+    return unreadable(errno != 0 ? Util::system_error_text(errno) : "unexpected end of file");
   }
+  /// The schema frames lie one behind the other and are read in their order.
   bool read_frame(std::size_t number, std::string& bytes);
 
   struct Frame {
@@ -57,8 +97,7 @@ class Probe {
     std::uint64_t size = 0;
   };
 
-  std::string d_path;
-  std::ifstream d_stream;
+  InputFile d_file;
   std::array<Frame, kSchemaFrames> d_frames;
   std::string d_nodes;
   FileReport d_report;
@@ -66,15 +105,12 @@ class Probe {
 };
 
 bool Probe::open() {
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::status(d_path, error);
-  if (status.type() == std::filesystem::file_type::not_found) return fault(FileFault::missing, "there is no such file");
-  if (std::filesystem::is_regular_file(status)) {
-    d_stream.open(d_path, std::ios::binary);
-    d_found.file_bytes = std::filesystem::file_size(d_path, error);
-    if (d_stream.is_open() && !error) return true;
-  }
-  return fault(FileFault::unreadable, "it is no readable file");
+  const int error_number = d_file.error_number();
+  if (error_number == ENOENT) return fault(FileFault::missing, "there is no such file");
+  if (error_number == EEXIST) return fault(FileFault::unreadable, "it is no readable file");
+  if (error_number != 0) return unreadable(Util::system_error_text(error_number));
+  d_found.file_bytes = d_file.size();
+  return true;
 }
 
 /// A header that this library would not have written makes it more likely that the file is something else.
@@ -104,10 +140,12 @@ bool Probe::check_header() {
 bool Probe::check_sizes() {
   std::uint64_t end = d_found.message_bytes;  // of the frames so far
   std::optional<std::uint32_t> cut;           // the first frame that is not there as a whole
+  std::array<std::uint64_t, 4096> sizes{};    // a part of the table
   for (std::uint32_t i = 0; i < d_found.frame_count; ++i) {
-    std::array<char, 8> bytes{};
-    if (!read(bytes.data(), bytes.size())) return false;
-    const auto size = Util::load<std::uint64_t>(bytes.data());
+    const std::size_t place = i % sizes.size();
+    const std::size_t count = std::min<std::size_t>(sizes.size(), d_found.frame_count - i);
+    if (place == 0 && !read(reinterpret_cast<char*>(sizes.data()), count * sizeof sizes[0])) return false;
+    const std::uint64_t size = sizes[place];
     if (i < kSchemaFrames) d_frames[i] = {end, size};
     if (!cut && size > d_found.file_bytes - end) cut = i;
     if (!cut) end += size;
@@ -118,7 +156,6 @@ bool Probe::check_sizes() {
 
 bool Probe::read_frame(std::size_t number, std::string& bytes) {
   bytes.resize(d_frames[number].size);  // the file is known to hold as many
-  d_stream.seekg(static_cast<std::streamoff>(d_frames[number].offset));
   return read(bytes.data(), bytes.size());
 }
 
@@ -139,8 +176,8 @@ bool is_registered(const SchemaHeader& header) {
 }
 
 bool Probe::check_types() {
-  std::string strings;
-  if (!read_frame(2, strings)) return false;
+  std::string parameters, strings;  // what the types need of the former is checked when they are made
+  if (!read_frame(1, parameters) || !read_frame(2, strings)) return false;
   SchemaTableReader reader(d_nodes, "", strings);
   std::uint64_t offset = d_frames[0].offset;
   try {

@@ -56,7 +56,6 @@ void RunArray<T, Run, Memory>::concat(const DataObj& other) {
   const auto* source = dynamic_cast<const RunArray*>(&other);
   if (source == nullptr)
     throw Util::Error("only an array of the same type can be appended to \"%s\"", this->schema()->name().c_str());
-  this->check_room(source->values().size());
   // The source may be this array, whose view the first append resets.
   const std::uint64_t first = source->start();
   const std::uint64_t count = source->size();

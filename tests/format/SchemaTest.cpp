@@ -230,14 +230,14 @@ TEST_F(UnknownType, IsNamedWithTheFlagsThatWereLookedUp) {
 class Probe : public testing::Test {
  protected:
   std::string probe(const std::string& bytes) {
-    TestSupport::write_file(d_path, bytes);
+    file("probed") = bytes;
     const std::string text = TestSupport::error_text([&] { d_found = probe_file(d_path); });
     const std::string start = "file '" + d_path + "': ";
     return text.starts_with(start) ? text.substr(start.size()) : text;
   }
 
   TestSupport::TempDir d_dir;
-  std::string d_path = d_dir.path("probed");
+  std::string d_path = std::string(TestSupport::kMemory) + "/probed.zydat";
   FileProbe d_found;
 };
 

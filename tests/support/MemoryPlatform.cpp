@@ -79,6 +79,8 @@ int MemoryPlatform::open_regular(const char* path, bool) {
   return fd;
 }
 
+int MemoryPlatform::permissions(const char* path) { return files.contains(path) ? 0644 : Platform::permissions(path); }
+
 }  // namespace TestSupport
 
 namespace Util {

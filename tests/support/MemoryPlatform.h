@@ -35,6 +35,7 @@ class MemoryPlatform final : public Util::Platform {
   int control_blocking_mode(int fd, int value) override;
   bool exists(const std::string& path, std::error_code& error) override;
   int open_regular(const char* path, bool follow_link) override;
+  int permissions(const char* path) override;
 
  private:
   static constexpr int kFirst = 1 << 20;  // descriptors below are the system's

@@ -109,6 +109,12 @@ TEST(Frame, ViewsShareTheRowsAndDoNotGrow) {
 
   EXPECT_EQ(ids_of(tree.root->split(2)[1]->find_path("rows")), (Ids{5, 6, 7, 8, 9}));
 
+#ifdef NDEBUG  // else the value's own refusal ends the program
+  const auto single = make_record("single");
+  single->add_field("v", make_schema<int>("v", 0));
+  EXPECT_ERROR(single->split(2), "field 'v' can't be split");
+#endif
+
   const auto copy = tree.table->copy(8, 5)->get<Frame<Row>>();
   copy->append(Row());
   expect_rows(*copy, 3);
@@ -294,6 +300,14 @@ TEST(Composite, FailedAddChangesNothing) {
   EXPECT_ERROR(part->add_field("x", std::shared_ptr<Schema>()), "no schema was given for field 'x'");
   EXPECT_ERROR(part->add_field("x", std::make_shared<Schema>()), "schema \"x\" has no data factory");
   EXPECT_EQ(stored(tree.root), before);
+  tree.root->schema()->clear_fields();  // it looks like the empty record now
+  EXPECT_ERROR(part->set_field("inner", tree.root), itself);
+}
+
+TEST(Composite, WantsFactoriesForAllFields) {
+  const auto schema = make_record_schema("record");
+  schema->add_field(std::make_shared<Schema>("x", "int", 0U, nullptr));
+  EXPECT_ERROR(Record<UntypedClass>{schema}, "schema \"x\" has no data factory");
 }
 
 TEST(Composite, FieldsAreSetByNameWithTheirOwnType) {

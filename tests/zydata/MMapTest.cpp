@@ -326,6 +326,9 @@ TEST_F(MappedWindow, OnlyItsElementsCanBeReached) {
   EXPECT_OUTSIDE(array->push_back(1));
   EXPECT_OUTSIDE(array->resize(page() + 1));
   EXPECT_OUTSIDE(array->append(*array));
+  const auto more = std::make_shared<Array<int>>(make_schema<int>("more", 0x1));
+  more->push_back(1);
+  EXPECT_OUTSIDE(array->append(*more));
   EXPECT_OUTSIDE(array->to_id_vector());
   EXPECT_OUTSIDE(array->value());
   EXPECT_OUTSIDE(array->span());
@@ -931,6 +934,9 @@ TEST_F(MMapVarArrays, AWindowShowsAPartOfTheFiles) {
   EXPECT_EQ(printed(*window), "v MMapVarArray[1] = [ [x y z] ]\n");
   EXPECT_THROW(window->append({}), StorageError::WindowViolation);
   EXPECT_THROW(window->resize(4), StorageError::WindowViolation);
+  EXPECT_THROW(window->append_defaults(1), StorageError::WindowViolation);
+  const Util::USpan<char> row;
+  EXPECT_THROW(window->append_strided(&row, sizeof row, 1), StorageError::WindowViolation);
   window->truncate_rows(0);
   EXPECT_EQ(window->size(), 1u);
   EXPECT_EQ(read_file("v.values"), "abxyz");

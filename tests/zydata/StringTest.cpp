@@ -56,6 +56,8 @@ TEST(StringArray, TakesTextsAsGenericValuesAndAsAList) {
   EXPECT_EQ(array->view(1), kWithZero);
   EXPECT_EQ(array->view(2), "");
   EXPECT_STREQ(array->get(3).as<const char*>(), "four");
+  EXPECT_ERROR(array->set_field("x", std::vector<std::string>{"one"}), "\"names\" has no field named 'x'");
+  EXPECT_EQ(array->size(), 4u);
   EXPECT_ERROR(array->to_id_vector(), "Invalid or unimplemented call to DataObj::to_id_vector");
 }
 

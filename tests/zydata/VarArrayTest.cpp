@@ -202,6 +202,8 @@ TYPED_TEST(RunsOf, SliceIsAViewThatIsStoredByItself) {
 
   const auto view = slice->template get<typename Kind::Array>();
   EXPECT_ERROR(view->append_defaults(1), "can't modify the size of an array slice");
+  const auto run = Kind::run(values_up_to<Kind>(1));
+  EXPECT_ERROR(view->append_strided(&run, sizeof run, 1), "can't modify the size of an array slice");
   view->truncate_rows(2);
   EXPECT_EQ(array->size(), 4u);
   array->slice(2, kToTheEnd)->template get<typename Kind::Array>()->append(Kind::run(values_up_to<Kind>(1)));
@@ -274,6 +276,7 @@ TYPED_TEST(RunsOfDeathTest, MisuseIsAnAssertion) {
   EXPECT_ASSERTION(view->append(Kind::run(a)), "siz == (size_t)~0");
   EXPECT_ASSERTION(view->set(0, Kind::run(a)), "siz == (size_t)~0");
   EXPECT_ASSERTION(view->resize(5), "siz == (size_t)~0");
+  EXPECT_ASSERTION(view->assign(array->offsets(), array->values()), "siz == (size_t)~0");
   const auto slice = array->slice(1, kToTheEnd)->template get<typename Kind::Array>();
   EXPECT_ASSERTION(slice->resize(1), "siz>=size()");
   EXPECT_ERROR(slice->resize(2), "can't modify the size of an array slice");  // would cut the array that it shows

@@ -25,6 +25,8 @@ WORK = ROOT / "build" / "checks"
 FILES = LOAD_PATH + """zydata/ArrayImpl.h zydata/VarArrayImpl.h zydata/VarArray.h zydata/Dict.h zydata/DictImpl.h
 zydata/SparseArrayImpl.h zydata/SchemaTable.cpp zydata/Schema.cpp zydata/ClassSchema.cpp zydata/Frame.cpp util/Bytes.h
 util/Bytes.cpp util/HashBase.h facade/PinTable.cpp facade/Probe.cpp""".split()
+# Checks against more entries than memory holds: counted, not tried.
+TOO_LARGE = re.compile(r"kMostFrames|size\(\).*numeric_limits<")
 SWITCH = """#pragma once
 #include <cstdlib>
 inline bool corvane_check_removed(int number) {
@@ -150,12 +152,15 @@ def main():
         for number, (name, line, text) in enumerate(checks):
             print(f"{number:4} {name}:{line}: {text}")
         return 0
-    left = survivors(arguments.numbers or range(len(checks)), False, arguments.jobs)
+    too_large = [number for number, (_, _, text) in enumerate(checks) if TOO_LARGE.search(text)]
+    numbers = arguments.numbers or [number for number in range(len(checks)) if number not in too_large]
+    left = survivors(numbers, False, arguments.jobs)
     if left:
         left = survivors(left, True, arguments.jobs)
     for number in left:
         print("{}:{}: no test notices its loss: {}".format(*checks[number]))
-    print(f"{len(checks)} checks in {len(FILES)} files, {len(left)} that no test notices")
+    print(f"{len(checks)} checks in {len(FILES)} files; {len(too_large)} want 2^31 entries and were not tried; "
+          f"{len(left)} of {len(numbers)} that no test notices")
     return 1 if left else 0
 
 

@@ -3,13 +3,15 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <system_error>
+#include <cstring>
 #include <utility>
 
 namespace Util {
 namespace {
 
 constexpr std::size_t kBufferSize = 2000;  // the terminating zero byte included
+constexpr std::size_t kLongestPath = 4096;
+const std::string kLeftOut = ".../";
 
 std::string format_text(const char* format, std::va_list arguments) {
   std::array<char, kBufferSize> buffer{};
@@ -64,13 +66,20 @@ void Error::enter_field(const std::string& name, bool is_table, std::size_t fram
   own.frame += frames_before;
   if (own.column.empty() && own.table.empty() && !is_table) {
     own.column = name;
-  } else {
-    own.table = own.table.empty() ? name : name + "/" + own.table;
+  } else if (own.table.empty()) {
+    own.table = name;
+  } else if (own.table.size() <= kLongestPath) {
+    own.table = name + "/" + own.table;
+  } else if (!own.table.starts_with(kLeftOut)) {
+    own.table = kLeftOut + own.table;
   }
 }
 
 std::size_t Error::frame() const noexcept { return place().frame; }
 
-std::string system_error_text(int error_number) { return std::generic_category().message(error_number); }
+std::string system_error_text(int error_number) {
+  const char* text = ::strerrordesc_np(error_number);  // strerror translates
+  return text == nullptr ? "Unknown error " + std::to_string(error_number) : text;
+}
 
 }  // namespace Util

@@ -39,8 +39,9 @@ class CORVANE_API Error : public std::exception {
   int error_number() const noexcept { return d_error_number; }
 
   // Where a load came to grief; empty where that is not known. A table's path leads from the top-level object to the
-  // table, "/" between names; settings count as columns of "simeshconfig". The offset is that of the first byte of the
-  // part in question: the header, the size table, a schema node, a storage frame.
+  // table, "/" between names; "..." stands for the outer tables of one that is longer than 4096 bytes. Settings count
+  // as columns of "simeshconfig". The offset is that of the first byte of the part in question: the header, the size
+  // table, a schema node, a storage frame.
   const std::string& file() const noexcept;
   const std::string& table() const noexcept;
   const std::string& column() const noexcept;
@@ -74,7 +75,7 @@ class CORVANE_API Error : public std::exception {
   int d_error_number = 0;
 };
 
-/// The system's text for an error number, safe to call from several threads.
+/// The system's text for an error number, in English whatever the locale is; safe to call from several threads.
 CORVANE_API std::string system_error_text(int error_number);
 
 }  // namespace Util

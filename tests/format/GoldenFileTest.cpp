@@ -1,6 +1,8 @@
 // The bytes of a database file: docs/file-format.md and tools/make_golden.py say what they have to be.
 #include <cstdlib>
+#include <locale>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -66,6 +68,27 @@ TEST_P(GoldenFile, IsWhatAnotherProcessSaves) {
         std::exit(file("out") == golden(GetParam().name) ? 0 : 1);
       },
       testing::ExitedWithCode(0), "");
+}
+
+/// Writes numbers as 1.234,5.
+struct Grouping : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+TEST_P(GoldenFile, DoesNotFollowTheLocale) {
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+  GetParam().write(d_db);
+  d_db.save("out");
+  file("in") = golden(GetParam().name);
+  EXPECT_TRUE(d_db.openem(true, "in"));
+  d_db.save("again");
+  const bool changed = (std::ostringstream() << 1234.5).str() == "1.234,5";
+  std::locale::global(before);
+  EXPECT_TRUE(changed);
+  EXPECT_TRUE(file("out") == golden(GetParam().name));
+  EXPECT_TRUE(file("again") == golden(GetParam().name));
 }
 
 TEST_P(GoldenFile, IsTheSameAfterALoad) {

@@ -1,17 +1,25 @@
 // Errors and assertions: what their texts hold, where they are cut, and what a failed check leaves on standard error.
 #include "util/Error.h"
 
+#include <libintl.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <type_traits>
 #include <utility>
 
 #include "tests/support/TestSupport.h"
 #include "util/Assert.h"
+#include "util/Bytes.h"
 
 namespace Util {
 namespace {
@@ -33,6 +41,48 @@ TEST(Error, SystemTextFollowsOnItsOwnLineWithinTheSameLimit) {
   }
   EXPECT_EQ(Error(ENOENT, "file").error_number(), ENOENT);
   EXPECT_EQ(Error("file").error_number(), 0);
+}
+
+TEST(Error, PathOfTablesEndsWhereItWouldGrowLong) {
+  Error error("no");
+  error.enter_field("column", false, 1);
+  for (const char* table : {"inner", "outer"}) error.enter_field(table, true, 1);
+  EXPECT_EQ(error.table(), "outer/inner");
+  const std::string name(5000, 'n');
+  error.enter_field(name, true, 1);
+  for (int i = 0; i < 2; ++i) {
+    error.enter_field("left out", true, 1);
+    EXPECT_EQ(error.table(), ".../" + name + "/outer/inner");
+  }
+  EXPECT_EQ(error.column(), "column");
+  EXPECT_EQ(error.frame(), 6u);
+}
+
+TEST(Error, SystemTextIsNotTranslated) {
+  const TestSupport::TempDir dir;
+  const std::string key = std::strerror(ENOENT), translated = "Gibt es nicht";
+  ByteWriter catalog;  // one text: magic, version, count, where the two tables are; the tables; the texts
+  for (const std::uint32_t word : {0x950412deu, 0u, 1u, 28u, 36u, 0u, 0u}) catalog.put(word);
+  for (const std::size_t word : {key.size(), std::size_t{44}, translated.size(), 45 + key.size()})
+    catalog.put(static_cast<std::uint32_t>(word));
+  catalog.put_bytes(key + '\0' + translated + '\0');
+  const std::string folder = dir.path("xx") + "/LC_MESSAGES";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder + "/libc.mo", std::ios::binary) << catalog.bytes();
+
+  const char* language = std::getenv("LANGUAGE");
+  const std::string domain = ::bindtextdomain("libc", nullptr), language_before = language == nullptr ? "" : language;
+  ::bindtextdomain("libc", dir.path().c_str());
+  ::setenv("LANGUAGE", "xx", 1);
+  std::setlocale(LC_ALL, "C.UTF-8");
+  const std::string system = std::strerror(ENOENT), ours = system_error_text(ENOENT);
+  std::setlocale(LC_ALL, "C");
+  ::setenv("LANGUAGE", language_before.c_str(), 1);
+  ::bindtextdomain("libc", domain.c_str());
+
+  if (system != translated) GTEST_SKIP() << "this system does not translate in the locale C.UTF-8";
+  EXPECT_EQ(ours, key);
+  EXPECT_EQ(system_error_text(12345), std::strerror(12345));
 }
 
 TEST(Error, EveryCopyKeepsTheText) {

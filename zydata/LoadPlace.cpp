@@ -1,19 +1,28 @@
 #include "zydata/LoadPlace.h"
 
-#include <algorithm>
 #include <memory>
 #include <vector>
 
 #include "util/Assert.h"
 #include "zydata/Composite.h"
 #include "zydata/DataFactory.h"
+#include "zydata/Frame.h"
 #include "zydata/Schema.h"
 
 namespace ZyData {
 namespace {
 
-/// Half-loaded objects may not be able to list their frames, but number and order depend on the schema alone.
-std::size_t frame_count(const DataObj& object) {
+bool is_composite(const DataObj& object) { return dynamic_cast<const Composite*>(&object) != nullptr; }
+
+const std::vector<std::shared_ptr<DataObj>>& children_of(const DataObj& object) {
+  static const std::vector<std::shared_ptr<DataObj>> none;
+  return is_composite(object) ? object.field_data() : none;
+}
+
+/// Storage frames of the object without its fields. Half-loaded objects may not be able to list them, but number and
+/// order depend on the schema alone.
+std::size_t own_frames(const DataObj& object) {
+  if (is_composite(object)) return dynamic_cast<const FrameBase*>(&object) != nullptr ? 1 : 0;  // the row count
   const ReceivedContent scope;  // the twin shows no file
   const std::shared_ptr<DataObj> twin = object.schema()->factory()->create_from(object.schema());
   FrameList frames;
@@ -21,42 +30,45 @@ std::size_t frame_count(const DataObj& object) {
   return frames.size();
 }
 
-const Composite* as_composite(const DataObj& object) { return dynamic_cast<const Composite*>(&object); }
-
-/// For each child of `parent` the number of the parent's frames before the child's own; at the end that of all.
-std::vector<std::size_t> first_frames(const DataObj& parent) {
-  std::vector<std::size_t> firsts;
-  std::size_t of_children = 0;
-  for (const auto& child : parent.field_data()) {
-    firsts.push_back(of_children);
-    of_children += frame_count(*child);
-  }
-  firsts.push_back(of_children);
-  const std::size_t own = frame_count(parent) - of_children;
-  for (std::size_t& first : firsts) first += own;
-  return firsts;
+std::size_t all_frames(const DataObj& object) {
+  std::size_t count = own_frames(object);
+  for (const auto& child : children_of(object)) count += all_frames(*child);
+  return count;
 }
 
-void enter_child(Util::Error& error, const DataObj& parent, std::size_t place, std::size_t frames_before) {
-  const DataObj& child = *parent.field_data()[place];
-  error.enter_field(child.schema()->name(), as_composite(child) != nullptr, frames_before);
+void enter(Util::Error& error, const DataObj& child, std::size_t frames_before) {
+  error.enter_field(child.schema()->name(), is_composite(child), frames_before);
+}
+
+/// Passes over `left` frames, which it counts down. True when they end inside `object`; then the error knows where.
+bool enter_frame_after(Util::Error& error, const DataObj& object, std::size_t& left) {
+  const std::size_t own = own_frames(object);
+  if (left < own) return true;
+  left -= own;
+  std::size_t before = own;
+  for (const auto& child : children_of(object)) {
+    const std::size_t left_before = left;
+    if (enter_frame_after(error, *child, left)) {
+      enter(error, *child, before);
+      return true;
+    }
+    before += left_before - left;
+  }
+  return false;
 }
 
 }  // namespace
 
 void enter_child(Util::Error& error, const DataObj& parent, std::size_t place) {
-  enter_child(error, parent, place, first_frames(parent)[place]);
+  const auto& children = parent.field_data();
+  std::size_t before = own_frames(parent);
+  for (std::size_t i = 0; i < place; ++i) before += all_frames(*children[i]);
+  enter(error, *children[place], before);
 }
 
 void enter_frame(Util::Error& error, const DataObj& object, std::size_t frame) {
-  if (as_composite(object) == nullptr) return;
-  const std::vector<std::size_t> firsts = first_frames(object);
-  if (frame < firsts.front()) return;
-  const auto next = std::upper_bound(firsts.begin(), firsts.end(), frame);
-  UTIL_ASSERT(next != firsts.end());
-  const auto place = static_cast<std::size_t>(next - firsts.begin()) - 1;
-  enter_frame(error, *object.field_data()[place], frame - firsts[place]);
-  enter_child(error, object, place, firsts[place]);
+  const bool found = enter_frame_after(error, object, frame);
+  UTIL_ASSERT(found);
 }
 
 }  // namespace ZyData

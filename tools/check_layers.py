@@ -19,7 +19,8 @@ LAYERS = [
     ("util", "util",
      "Error Assert Bytes HashBase USpan Platform PlatformInstance PlatformReplace Export"),
     ("zydata", "zydata core",
-     "Kind TypeName GenericType GenericValue data DataPath Print Schema SchemaTable DataFactory TypeRegistry"),
+     "Kind TypeName GenericType GenericValue data DataPath Print SharedText Schema SchemaTable DataFactory "
+     "TypeRegistry"),
     ("zydata", "zydata containers",
      "Storage MappedFile MMapStorage MMapRegion Vector VectorBase MemoryData Column Value Array MMapArray VarArray "
      "MMapVarArray String Dict SparseArray"),

@@ -185,7 +185,7 @@ bool Probe::check_types() {
       const SchemaHeader header = reader.next();
       if (is_registered(header)) continue;
       d_report.unknown_type = header.type_name;
-      return fault(FileFault::unknown_type, "type \"" + header.type_name + "\" is not registered", offset);
+      return fault(FileFault::unknown_type, "type \"" + header.type_name.str() + "\" is not registered", offset);
     }
   } catch (const Util::Error& error) {
     return fault(FileFault::damaged, error.what(), offset);

@@ -22,10 +22,10 @@ std::uint64_t next_stamp() {
 
 Schema::Schema() : Schema("", element_type_name<void>(), 0, nullptr) {}
 
-Schema::Schema(std::string name, std::string type_name, std::uint32_t kind, std::shared_ptr<DataFactory> factory)
+Schema::Schema(SharedText name, SharedText type_name, std::uint32_t kind, std::shared_ptr<DataFactory> factory)
     : d_name(std::move(name)),
       d_type_name(std::move(type_name)),
-      d_type_identity(TypeIdentity::of(d_type_name)),
+      d_type_identity(TypeIdentity::of(d_type_name.str())),
       d_kind(kind),
       d_factory(std::move(factory)),
       d_stamp(next_stamp()) {}
@@ -140,7 +140,7 @@ void Schema::set_kind_and_factory(std::uint32_t kind, std::shared_ptr<DataFactor
 std::int64_t Schema::field_index(std::string_view name) const {
   check_field_access();
   const auto found =
-      std::find_if(d_fields.begin(), d_fields.end(), [&](const auto& field) { return field->d_name == name; });
+      std::find_if(d_fields.begin(), d_fields.end(), [&](const auto& field) { return field->d_name.str() == name; });
   return found == d_fields.end() ? -1 : found - d_fields.begin();
 }
 
@@ -148,7 +148,7 @@ std::string Schema::type_text(bool detailed) const {
   const bool is_record = (d_kind & kKindRecord) != 0;
   if (!is_record && (d_kind & kKindFrame) == 0) return d_type_name;
   std::string text = is_record ? "Record" : "Frame";
-  if (detailed && (d_kind & kKindClassAccess) != 0) text += "<" + d_type_name + ">";
+  if (detailed && (d_kind & kKindClassAccess) != 0) text += "<" + d_type_name.str() + ">";
   return text;
 }
 

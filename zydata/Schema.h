@@ -13,6 +13,7 @@
 
 #include "util/Export.h"
 #include "zydata/Kind.h"
+#include "zydata/SharedText.h"
 #include "zydata/TypeName.h"
 
 namespace ZyData {
@@ -47,7 +48,7 @@ class CORVANE_API Schema {
   // ----------------------------------------------------------------------------------------------------------------
   /// Name "", element type void, kind 0, no fields, no factory.
   Schema();
-  Schema(std::string name, std::string type_name, std::uint32_t kind, std::shared_ptr<DataFactory> factory);
+  Schema(SharedText name, SharedText type_name, std::uint32_t kind, std::shared_ptr<DataFactory> factory);
   Schema(const Schema&) = delete;
   Schema& operator=(const Schema&) = delete;
 
@@ -91,9 +92,9 @@ class CORVANE_API Schema {
   void touch();
   std::uint64_t newest_stamp(int depth) const;
 
-  std::string d_name;                             // under which the object stands in its parent
-  std::string d_second_text;                      // copied and stored; without meaning here
-  std::string d_type_name;                        // of the element type
+  SharedText d_name;                              // under which the object stands in its parent
+  SharedText d_second_text;                       // copied and stored; without meaning here
+  SharedText d_type_name;                         // of the element type
   TypeIdentity d_type_identity;                   // as stored; a new schema holds that of void
   std::uint32_t d_kind = 0;                       // kind word
   std::uint32_t d_further_word = 0;               // copied; its low byte is stored

@@ -1,6 +1,5 @@
 #include "zydata/SchemaTable.h"
 
-#include <limits>
 #include <vector>
 
 #include "util/Assert.h"
@@ -19,13 +18,17 @@ void check_text_size(std::size_t size, std::size_t& total) {
   if (total > kMaxTextBytes) throw Util::Error("the texts of a schema take more than %zu bytes", kMaxTextBytes);
 }
 
+void check_node_count(std::size_t count) {
+  if (count > kMaxNodes) throw Util::Error("a schema has more than %zu nodes", kMaxNodes);
+}
+
 std::uint32_t checked_node_count(std::string_view nodes) {
   if (nodes.size() % kNodeSize != 0) {
     throw Util::Error("the schema node table has %zu bytes, which is no multiple of %zu", nodes.size(), kNodeSize);
   }
-  if (nodes.size() / kNodeSize > std::numeric_limits<std::uint32_t>::max())
-    throw Util::Error("the schema has too many nodes");
-  return static_cast<std::uint32_t>(nodes.size() / kNodeSize);
+  const std::size_t count = nodes.size() / kNodeSize;
+  check_node_count(count);
+  return static_cast<std::uint32_t>(count);
 }
 
 std::uint32_t field_count_of(std::string_view nodes, std::size_t index) {
@@ -40,6 +43,7 @@ NestingGuard::NestingGuard(int& depth) : d_depth(depth) {
 }
 
 void SchemaTableWriter::add_node(const SchemaHeader& header) {
+  check_node_count(d_nodes.size() / kNodeSize + 1);
   const std::uint32_t name = pool_offset(header.name);
   const std::uint32_t second_text = pool_offset(header.second_text);
   const std::uint32_t type_name = pool_offset(header.type_name);
@@ -83,7 +87,7 @@ SchemaHeader SchemaTableReader::next() {
   return header;
 }
 
-std::string SchemaTableReader::pool_text(std::uint32_t offset) {
+SharedText SchemaTableReader::pool_text(std::uint32_t offset) {
   if (offset >= d_strings.size()) {
     throw Util::Error("schema node %u names a text at byte %u of a pool of %zu bytes", d_next_index - 1, offset,
                       d_strings.size());
@@ -91,7 +95,15 @@ std::string SchemaTableReader::pool_text(std::uint32_t offset) {
   const std::size_t end = d_strings.find('\0', offset);
   if (end == std::string_view::npos) throw Util::Error("the schema text at byte %u of the pool has no end", offset);
   check_text_size(end - offset, d_text_bytes);
-  return std::string(d_strings.substr(offset, end - offset));
+  SharedText& text = d_texts[offset];
+  if (text.str().empty() && end > offset) {
+    d_own_bytes += end - offset;
+    if (d_own_bytes > d_strings.size() + kMaxOverlap) {
+      throw Util::Error("the texts of a schema overlap by more than %zu bytes", kMaxOverlap);
+    }
+    text = SharedText(std::string(d_strings.substr(offset, end - offset)));
+  }
+  return text;
 }
 
 void SchemaTableReader::check_everything_read() const {

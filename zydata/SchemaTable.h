@@ -6,23 +6,27 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "util/Bytes.h"
 #include "util/Export.h"
+#include "zydata/SharedText.h"
 #include "zydata/TypeName.h"
 
 namespace ZyData {
 
-inline constexpr std::size_t kNodeSize = 40;                         // bytes of one node entry
+inline constexpr std::size_t kNodeSize = 40;  // bytes of one node entry
+inline constexpr std::size_t kMaxNodes = 20000;
 inline constexpr int kMaxNesting = 256;                              // levels below the top node
 inline constexpr std::size_t kMaxNameSize = 65535;                   // bytes of one text
 inline constexpr std::size_t kMaxTextBytes = std::size_t{64} << 20;  // of all texts of a schema, each use counted
+inline constexpr std::size_t kMaxOverlap = std::size_t{4} << 20;     // of texts beyond the pool in which they lie
 
 /// One node without its fields and its factory.
 struct SchemaHeader {
-  std::string name;
-  std::string second_text;
-  std::string type_name;
+  SharedText name;
+  SharedText second_text;
+  SharedText type_name;
   std::uint32_t kind = 0;
   std::uint32_t field_count = 0;
   TypeIdentity type_identity;
@@ -50,7 +54,8 @@ class CORVANE_API NestingGuard {
 
 class CORVANE_API SchemaTableWriter {
  public:
-  /// Appends one node. Texts end at their first zero byte; one longer than 65535 bytes throws Util::Error.
+  /// Appends one node. Texts end at their first zero byte. One longer than 65535 bytes throws Util::Error, and so does
+  /// the 20001st node.
   void add_node(const SchemaHeader& header);
   Util::ByteWriter& parameters() { return d_parameters; }
   int& depth() { return d_depth; }
@@ -70,7 +75,7 @@ class CORVANE_API SchemaTableWriter {
 /// Hands out the nodes of borrowed tables in their order. Everything in them is a claim of a file and is checked.
 class CORVANE_API SchemaTableReader {
  public:
-  /// Throws Util::Error when the node area is no multiple of a node's size.
+  /// Throws Util::Error when the node area is no multiple of a node's size or has more than 20000 nodes.
   SchemaTableReader(std::string_view nodes, std::string_view parameters, std::string_view strings);
 
   std::uint32_t node_count() const { return d_node_count; }
@@ -83,14 +88,16 @@ class CORVANE_API SchemaTableReader {
   void check_everything_read() const;
 
  private:
-  std::string pool_text(std::uint32_t offset);
+  SharedText pool_text(std::uint32_t offset);
 
   std::string_view d_nodes;
   std::string_view d_strings;
   Util::ByteReader d_parameters;
   std::uint32_t d_node_count;
   std::uint32_t d_next_index = 0;
-  std::size_t d_text_bytes = 0;  // handed out so far
+  std::unordered_map<std::uint32_t, SharedText> d_texts;  // handed out so far, by their offsets
+  std::size_t d_text_bytes = 0;                           // of all uses of them
+  std::size_t d_own_bytes = 0;                            // of each of them once
   int d_depth = 0;
 };
 

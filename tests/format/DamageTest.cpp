@@ -135,8 +135,8 @@ class Damage : public testing::Test {
 
   DBZydata d_db{kMemory};
   std::shared_ptr<ZyData::DataObj> d_good;
-  std::vector<std::uint64_t> d_sizes,
-      d_whole_sizes;  // rows per table: of the file that was loaded last, of the whole one
+  std::vector<std::uint64_t> d_sizes;        // rows per table of the file that was loaded last
+  std::vector<std::uint64_t> d_whole_sizes;  // the same of the whole file
   int d_trees = 0;
 };
 

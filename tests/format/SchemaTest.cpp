@@ -1,4 +1,6 @@
 // Schemas in a message, types that a reader does not know, and the look at a file before it is loaded.
+#include <pthread.h>
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -7,6 +9,7 @@
 
 #include "mpsys/FileConnection.h"
 #include "tests/format/Load.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
 #include "zydata/Array.h"
@@ -176,6 +179,85 @@ TEST(FlattenedSchema, IsNotMadeForWhatNoReaderCouldTake) {
     at = at->fields()[0];
   }
   EXPECT_ERROR(deep->flattened(), "schemas are nested deeper than 256 levels");
+}
+
+/// A record with so many fields of this kind that the schema has as many nodes as it may have, each with texts of its
+/// own.
+std::shared_ptr<DataObj> make_widest_record(const std::string& type, std::uint32_t kind) {
+  const auto wide = make_record_schema("r");
+  for (std::size_t i = 1; i < kMaxNodes; ++i) {
+    const auto field = std::make_shared<Schema>(std::to_string(i), type, kind, find_factory(type, kind));
+    field->set_second_text("second " + std::to_string(i));
+    wide->add_field(field);
+  }
+  return wide->factory()->create_from(wide);
+}
+
+TEST(WidestSchema, TakesNoMoreMemoryThanIsPromised) {
+  using Kind = std::pair<const char*, std::uint32_t>;
+  const std::string record = element_type_name<UntypedClass>();
+  for (const auto& [type, kind] : {Kind("int", 0), Kind("int", 0x5), Kind("int", 0x200), Kind("const char*", 0x4401),
+                                   Kind(record.c_str(), 0x10), Kind(record.c_str(), 0x8)}) {
+    send(make_widest_record(type, kind));
+    auto reader = connection(MPSys::FileMode::reading);
+    std::shared_ptr<DataObj> loaded;
+    const TestSupport::AllocationWatch watch;
+    EXPECT_TRUE(receiveDataObject(reader, loaded));
+    EXPECT_LT(watch.requested(), 4 * file("tree").size() + (32u << 20)) << type << " " << kind;
+    loaded->clear_hierarchy();
+  }
+}
+
+TEST(WidestSchema, HasTheGreatestNumberOfNodes) {
+  const auto wide = make_widest_record("int", 0);
+  EXPECT_EQ(wide->schema()->flattened()->nodes.size(), kMaxNodes * kNodeSize);
+  wide->schema()->add_field(make_schema<int>("one more", 0));
+  EXPECT_ERROR(wide->schema()->flattened(), "a schema has more than 20000 nodes");
+  const std::string nodes((kMaxNodes + 1) * kNodeSize, '\0');
+  EXPECT_ERROR(SchemaTableReader(nodes, "", ""), "a schema has more than 20000 nodes");
+}
+
+TEST(SchemaTexts, ThatOverlapEndAtALimit) {
+  const std::string pool = std::string(kMaxNameSize, 'n') + '\0';
+  Util::ByteWriter nodes;
+  for (std::uint32_t i = 0; i < 70; ++i) {  // each with the end of the pool's one text as its name
+    for (const std::uint32_t word : {i, 65535u, 65535u, 0u, 0u, 0u, 0u, 0u, 0u, 0u}) nodes.put(word);
+  }
+  SchemaTableReader reader(nodes.bytes(), "", pool);
+  for (std::size_t i = 0; i < 65; ++i) EXPECT_EQ(reader.next().name.str().size(), kMaxNameSize - i);
+  EXPECT_ERROR(reader.next(), "the texts of a schema overlap by more than 4194304 bytes");
+  const std::string node = nodes.bytes().substr(0, kNodeSize), twice = node + node;
+  SchemaTableReader same(twice, "", pool);
+  EXPECT_EQ(same.next().name.c_str(), same.next().name.c_str());
+}
+
+/// Runs `action` on a stack of its own.
+void on_small_stack(std::size_t bytes, std::function<void()> action) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(::pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(::pthread_attr_setstacksize(&attributes, bytes), 0);
+  pthread_t thread;
+  const auto run = [](void* task) -> void* {
+    (*static_cast<std::function<void()>*>(task))();
+    return nullptr;
+  };
+  ASSERT_EQ(::pthread_create(&thread, &attributes, run, &action), 0);
+  ASSERT_EQ(::pthread_join(thread, nullptr), 0);
+  ASSERT_EQ(::pthread_attr_destroy(&attributes), 0);
+}
+
+TEST(NestedRecords, AtTheLimitTakeLittleStack) {
+  const Tree root(make_record("r"));
+  std::shared_ptr<DataObj> at = root;
+  for (int level = 0; level < 256; ++level) {
+    at->add_field("r", make_record("r"));
+    at = at->field_data()[0];
+  }
+  send(root);
+  bool loads = false;
+  on_small_stack((TestSupport::kAddressSanitizer ? 16 : 1) * 256 * 1024,
+                 [&] { loads = TestSupport::use_tree(std::string(TestSupport::kMemory) + "/tree.zydat"); });
+  EXPECT_TRUE(loads);
 }
 
 class UnknownType : public testing::Test {

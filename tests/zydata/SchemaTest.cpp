@@ -209,7 +209,7 @@ TEST(SchemaTableReader, ManyFieldsOfABoundFrameTakeLinearTime) {
   SchemaTable row = *TestObjects::Row::class_schema()->vector_form()->flattened();
   const std::string field = row.nodes.substr(kNodeSize, kNodeSize);
   const std::string parameters = row.parameters.substr(4, 17);
-  constexpr std::uint32_t kCount = 200000;
+  constexpr std::uint32_t kCount = kMaxNodes - 1;
   row.nodes.resize(kNodeSize);
   row.parameters.resize(4);
   row.nodes.replace(16, 4, reinterpret_cast<const char*>(&kCount), 4);

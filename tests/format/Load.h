@@ -32,21 +32,26 @@ void tolerate(Read read) {
   }
 }
 
-/// Reads each kind of what is open and prints everything.
+/// Reads each kind of what is open, as far as there is a table of it, and prints everything.
 inline void read_everything(Mesh2DPlat::DBZydata& db) {
+  const ZyData::DataObj& tree = *Mesh2DPlat::currentRoot->tree;
+  const bool is_record = (tree.schema()->kind() & ZyData::kKindRecord) != 0;
+  const auto read = [&](const char* table, auto action) {
+    if (is_record && tree.schema()->field_index(table) >= 0) tolerate(action);
+  };
   Layout out;
-  tolerate([&] { db.read(&out.config); });
-  tolerate([&] { db.read(out.layers); });
-  tolerate([&] { db.read(out.nets); });
+  read("simeshconfig", [&] { db.read(&out.config); });
+  read("em2dlayer", [&] { db.read(out.layers); });
+  read("emnet", [&] { db.read(out.nets); });
   const auto layer = out.layers.by(&EM2DLayer::id);
   const auto net = out.nets.by(&EM2DNet::id);
-  tolerate([&] { db.read(out.signals, layer); });
-  tolerate([&] { db.read(out.vertices, {}, out.layers.by(&EM2DLayer::name)); });
+  read("em2dsignal", [&] { db.read(out.signals, layer); });
+  read("em2dvertex", [&] { db.read(out.vertices, {}, out.layers.by(&EM2DLayer::name)); });
   const auto vertex = out.vertices.by(&EM2DVertex::id);
-  tolerate([&] { db.read(out.traces, net, vertex); });
-  tolerate([&] { db.read(out.vias, net, vertex); });
-  tolerate([&] { db.read(out.shapes, layer, net, ""); });
-  tolerate([&] { db.read(out.circuits, vertex); });
+  read("em2dtrace", [&] { db.read(out.traces, net, vertex); });
+  read("em2dvia", [&] { db.read(out.vias, net, vertex); });
+  read("em2dshape", [&] { db.read(out.shapes, layer, net, ""); });
+  read("em2dcircuit", [&] { db.read(out.circuits, vertex); });
   const NoOutput quiet;
   Mesh2DPlat::currentRoot->tree->print(0);
 }

@@ -117,10 +117,10 @@ inline std::string message_bytes(const std::shared_ptr<ZyData::DataObj>& tree) {
   return bytes;
 }
 
-/// Loads a file, uses what is in it, saves it as `path` + ".again" and loads that. Whatever is refused with a
-/// documented error ends this; throws std::logic_error when equal data are stored differently. True when the file was
-/// loaded.
-inline bool use_tree(const std::string& path) {
+/// Loads a file, uses what is in it and, if told to, saves it as `path` + ".again" and loads that. Whatever is refused
+/// with a documented error ends this; throws std::logic_error when equal data are stored differently. True when the
+/// file was loaded.
+inline bool use_tree(const std::string& path, bool store = true) {
   const NoOutput quiet;
   std::shared_ptr<ZyData::DataObj> tree;
   try {
@@ -132,6 +132,7 @@ inline bool use_tree(const std::string& path) {
     return false;
   }
   use_object(*tree);
+  if (!store) return true;
   std::string bytes;
   try {
     bytes = message_bytes(tree);

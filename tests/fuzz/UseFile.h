@@ -13,7 +13,7 @@
 namespace TestSupport {
 
 inline constexpr const char* kMeshFile = "corvane2d";
-inline constexpr std::size_t kFilesPerSave = 4;
+inline constexpr std::size_t kFilesPerSave = 8;
 
 inline void use_database(Mesh2DPlat::DBZydata& db, const std::string& name, bool store) {
   try {
@@ -59,7 +59,7 @@ inline bool put_mapped_files() {
 }
 
 /// The file as what its texts make of it: a database, a mesh or any other tree. Some node tables end the program, as
-/// documented: they are passed over. Databases and meshes are stored now and then.
+/// documented: they are passed over. What was loaded is stored now and then.
 inline void use_file(const std::string& bytes) {
   static Mesh2DPlat::DBZydata db(kMemory);
   [[maybe_unused]] static const bool ready = put_mapped_files();
@@ -73,7 +73,7 @@ inline void use_file(const std::string& bytes) {
     use_mesh(db, store);
   } else {
     file("input") = bytes;
-    use_tree(std::string(kMemory) + "/input.zydat");
+    use_tree(std::string(kMemory) + "/input.zydat", store);
   }
 }
 

@@ -58,6 +58,8 @@ const std::vector<Case>& cases() {
        byte(kNodes + 2 * 40)},
       {"unknown type", [](std::string& b) { put(b, kNodes + 25 * 40 + 12, std::string("\x80\0\0\0", 4)); }, "emnet",
        "type", byte(kNodes + 25 * 40)},
+      {"field below a value", [](std::string& b) { put(b, kNodes + 2 * 40 + 16, "\1"); }, "simeshconfig", "thetamin",
+       byte(kNodes + 2 * 40)},
       {"another number of frames", [](std::string& b) { put(b, kNodes + 25 * 40 + 12, std::string("\5\0\0\0", 4)); },
        "emnet", "type", byte(kNodes + 25 * 40)},
       {"setting of nine bytes",

@@ -169,6 +169,12 @@ TEST(ClassSchema, CloneKeepsAccessorsOnlyWithTheirFields) {
   rows->clone(twin);
   EXPECT_NO_THROW(twin->check_holds_all_members());
 
+  const std::uint32_t kind = rows->kind();
+  rows->set_kind_and_factory(0, nullptr);
+  EXPECT_THROW(rows->clear_fields(), Util::Error);
+  rows->set_kind_and_factory(kind, nullptr);
+  EXPECT_NO_THROW(rows->check_holds_all_members());
+
   rows->clear_fields();  // members taken away are missed until they come back
   rows->add(&Row::id, "id", 7).add(&Row::name, "name").add(&Row::z, "z", 0).add(&Row::mode, "mode", Row::kOff);
   EXPECT_THROW(rows->check_holds_all_members(), Util::Error);

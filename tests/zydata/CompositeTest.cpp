@@ -99,6 +99,7 @@ TEST(Frame, ViewsShareTheRowsAndDoNotGrow) {
   EXPECT_EQ(ids_of(tree.table->slice(8, 100)), (Ids{8, 9}));
   EXPECT_EQ(tree.table->slice(10, 1)->size(), 0u);
   EXPECT_ERROR(slice->append(Row()), refusal);
+  EXPECT_ERROR(slice->append_rows({}), refusal);
   EXPECT_ERROR(tree.table->slice(0, 3)->get<Frame<Row>>()->append(Row()), refusal);
   EXPECT_ERROR(slice->select(Ids{0, 1})->get<Frame<Row>>()->append(Row()),
                "rows of type \"TestObjects::Row\" do not fit table \"rows\": its field 'id' is missing or of another "
@@ -132,6 +133,13 @@ TEST(Frame, UnequalColumnsTakeNoRow) {
   tree.table->find_path("z")->set_value(GenericValue(one, 1));
   EXPECT_ERROR(tree.append(2), "column \"z\" of table \"rows\" has 1 rows, the table 2");
   EXPECT_EQ(tree.table->find_path("id")->size(), 2u);
+}
+
+TEST(Frame, TakesNoRowsWhenItsSchemaDescribesMoreColumns) {
+  TableTree tree(1);
+  tree.table->schema()->add_field(make_schema<int>("more", kKindArray));
+  EXPECT_ERROR(tree.append(1), "object \"rows\" has 5 fields, its schema describes 6");
+  expect_rows(*tree.table, 1);
 }
 
 TEST(Frame, TableMadeOfViewsLosesNothingWhenItRefusesARow) {

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "zydata/data.h"
+#include "zydata/object/data.h"
 
 namespace CorvaneBench {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bench/Columns.h"
-#include "tools/corvane/Layout.h"
+#include "tools/corvane/layout/Layout.h"
 
 namespace CorvaneBench {
 

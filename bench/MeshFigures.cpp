@@ -15,7 +15,7 @@
 #include "bench/Report.h"
 #include "facade/DBZydata.h"
 #include "facade/MeshRecord.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
 
 namespace CorvaneBench {
 namespace {

@@ -12,9 +12,9 @@
 #include "bench/FileRivals.h"
 #include "bench/OwnProcess.h"
 #include "facade/DBRoot.h"
-#include "tools/corvane/DatabaseRoundTrip.h"
-#include "tools/corvane/LayoutCompare.h"
-#include "zydata/serialize.h"
+#include "tools/corvane/layout/DatabaseRoundTrip.h"
+#include "tools/corvane/layout/LayoutCompare.h"
+#include "zydata/message/serialize.h"
 
 namespace CorvaneBench {
 namespace {

@@ -10,7 +10,7 @@
 #include "bench/Figure.h"
 #include "bench/HandTables.h"
 #include "facade/DBZydata.h"
-#include "tools/corvane/Layout.h"
+#include "tools/corvane/layout/Layout.h"
 
 namespace CorvaneBench {
 

@@ -20,10 +20,10 @@
 #include "bench/Memory.h"
 #include "bench/Report.h"
 #include "util/HashBase.h"
-#include "zydata/Dict.h"
-#include "zydata/Factories.h"
-#include "zydata/MMapArray.h"
-#include "zydata/MMapVarArray.h"
+#include "zydata/arrays/MMapArray.h"
+#include "zydata/arrays/MMapVarArray.h"
+#include "zydata/keyed/Dict.h"
+#include "zydata/tables/Factories.h"
 
 namespace CorvaneBench {
 namespace {

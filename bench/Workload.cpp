@@ -6,8 +6,8 @@
 #include <random>
 #include <system_error>
 
-#include "tools/corvane/Board.h"
-#include "tools/corvane/LayoutBuilder.h"
+#include "tools/corvane/board/Board.h"
+#include "tools/corvane/layout/LayoutBuilder.h"
 
 namespace CorvaneBench {
 namespace {

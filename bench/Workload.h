@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-#include "tools/corvane/Layout.h"
+#include "tools/corvane/layout/Layout.h"
 
 namespace CorvaneBench {
 

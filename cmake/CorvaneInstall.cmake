@@ -32,6 +32,6 @@ if(TARGET corvane_cli)
 endif()
 if(TARGET corvane_mesh)
   install(TARGETS corvane_mesh RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-  install(FILES "${PROJECT_SOURCE_DIR}/examples/mesher/README.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/mesher/README.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
           RENAME corvane-mesh.md)
 endif()

@@ -5,12 +5,12 @@
 #include <string_view>
 
 #include "mpsys/FileConnection.h"
-#include "zydata/ClassSchema.h"
-#include "zydata/Dict.h"
-#include "zydata/Frame.h"
-#include "zydata/MMapArray.h"
-#include "zydata/Record.h"
-#include "zydata/serialize.h"
+#include "zydata/arrays/MMapArray.h"
+#include "zydata/keyed/Dict.h"
+#include "zydata/message/serialize.h"
+#include "zydata/tables/ClassSchema.h"
+#include "zydata/tables/Frame.h"
+#include "zydata/tables/Record.h"
 
 using namespace ZyData;
 

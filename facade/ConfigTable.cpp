@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "facade/ModelAccess.h"
-#include "zydata/String.h"
-#include "zydata/TypeRegistry.h"
-#include "zydata/Value.h"
+#include "zydata/arrays/String.h"
+#include "zydata/object/Value.h"
+#include "zydata/schema/TypeRegistry.h"
 
 namespace Mesh2DPlat {
 namespace {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "util/Error.h"
-#include "zydata/TypeRegistry.h"
+#include "zydata/schema/TypeRegistry.h"
 
 namespace Mesh2DPlat {
 namespace {

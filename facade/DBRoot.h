@@ -7,8 +7,8 @@
 #include "facade/ConfigTable.h"
 #include "facade/DatabaseFile.h"
 #include "facade/LayoutTables.h"
-#include "zydata/Schema.h"
-#include "zydata/data.h"
+#include "zydata/object/data.h"
+#include "zydata/schema/Schema.h"
 
 namespace Mesh2DPlat {
 

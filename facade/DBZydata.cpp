@@ -8,7 +8,7 @@
 #include "facade/MeshProxies.h"
 #include "facade/SafeSave.h"
 #include "util/Assert.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
 
 namespace Mesh2DPlat {
 namespace {

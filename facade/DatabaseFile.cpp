@@ -6,10 +6,10 @@
 #include "mpsys/FileConnection.h"
 #include "util/Error.h"
 #include "util/Platform.h"
-#include "zydata/DataFactory.h"
-#include "zydata/Kind.h"
-#include "zydata/Schema.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
+#include "zydata/schema/DataFactory.h"
+#include "zydata/schema/Kind.h"
+#include "zydata/schema/Schema.h"
 
 namespace Mesh2DPlat {
 namespace {

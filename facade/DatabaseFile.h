@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "mpsys/Message.h"
-#include "zydata/data.h"
+#include "zydata/object/data.h"
 
 namespace Mesh2DPlat {
 

@@ -7,9 +7,9 @@
 
 #include "facade/RowFields.h"
 #include "util/Assert.h"
-#include "zydata/Frame.h"
-#include "zydata/Schema.h"
-#include "zydata/data.h"
+#include "zydata/object/data.h"
+#include "zydata/schema/Schema.h"
+#include "zydata/tables/Frame.h"
 
 namespace Mesh2DPlat {
 

@@ -10,7 +10,7 @@
 #include "facade/ModelAccess.h"
 #include "util/Assert.h"
 #include "util/Error.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
 
 namespace Mesh2DPlat {
 namespace {

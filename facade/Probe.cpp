@@ -9,7 +9,7 @@
 #include "facade/MeshRecord.h"
 #include "mpsys/FileConnection.h"
 #include "util/Error.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
 
 namespace Mesh2DPlat {
 namespace {

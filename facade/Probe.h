@@ -6,7 +6,7 @@
 #include <string>
 
 #include "util/Export.h"
-#include "zydata/FileProbe.h"
+#include "zydata/message/FileProbe.h"
 
 namespace Mesh2DPlat {
 

@@ -15,12 +15,12 @@
 
 #include "util/Error.h"
 #include "util/USpan.h"
-#include "zydata/Array.h"
-#include "zydata/ClassSchema.h"
-#include "zydata/Frame.h"
-#include "zydata/Schema.h"
-#include "zydata/String.h"
-#include "zydata/VarArray.h"
+#include "zydata/arrays/Array.h"
+#include "zydata/arrays/String.h"
+#include "zydata/arrays/VarArray.h"
+#include "zydata/schema/Schema.h"
+#include "zydata/tables/ClassSchema.h"
+#include "zydata/tables/Frame.h"
 
 namespace Mesh2DPlat {
 

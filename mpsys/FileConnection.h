@@ -16,7 +16,7 @@
 #include "mpsys/Connection.h"
 #include "mpsys/FileStream.h"
 #include "util/Export.h"
-#include "zydata/data.h"
+#include "zydata/object/data.h"
 
 namespace MPSys {
 

@@ -8,7 +8,7 @@
 
 #include "mpsys/Failure.h"
 #include "mpsys/IOVec.h"
-#include "zydata/MemoryData.h"
+#include "zydata/object/MemoryData.h"
 
 namespace MPSys {
 namespace {

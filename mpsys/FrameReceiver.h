@@ -9,7 +9,7 @@
 #include "mpsys/FileStream.h"
 #include "mpsys/Message.h"
 #include "util/Error.h"
-#include "zydata/data.h"
+#include "zydata/object/data.h"
 
 namespace ZyData {
 

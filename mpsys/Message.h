@@ -10,7 +10,7 @@
 #include <memory>
 
 #include "util/Export.h"
-#include "zydata/data.h"
+#include "zydata/object/data.h"
 
 namespace MPSys {
 

@@ -15,10 +15,10 @@ LEAST_PERCENT = 95
 LOAD_PATH = """
 mpsys/Connection.cpp mpsys/FileConnection.cpp mpsys/FileStream.cpp mpsys/FrameReceiver.cpp mpsys/IOVec.cpp
 mpsys/Message.cpp
-zydata/Array.cpp zydata/Composite.cpp zydata/DataPath.cpp zydata/Factories.cpp zydata/Factories.h zydata/FileProbe.cpp
-zydata/LoadPlace.cpp zydata/MMapArrayImpl.h zydata/MMapVarArray.cpp zydata/MMapVarArrayImpl.h zydata/MemoryData.cpp
-zydata/Record.cpp zydata/String.cpp zydata/TypeRegistry.cpp zydata/Value.h zydata/VarArray.cpp zydata/Vector.cpp
-zydata/serialize.cpp
+zydata/arrays/Array.cpp zydata/tables/Composite.cpp zydata/object/DataPath.cpp zydata/tables/Factories.cpp zydata/tables/Factories.h zydata/message/FileProbe.cpp
+zydata/tables/LoadPlace.cpp zydata/arrays/MMapArrayImpl.h zydata/arrays/MMapVarArray.cpp zydata/arrays/MMapVarArrayImpl.h zydata/object/MemoryData.cpp
+zydata/tables/Record.cpp zydata/arrays/String.cpp zydata/schema/TypeRegistry.cpp zydata/object/Value.h zydata/arrays/VarArray.cpp zydata/storage/Vector.cpp
+zydata/message/serialize.cpp
 facade/ConfigTable.cpp facade/DBRoot.cpp facade/DBZydata.cpp facade/DatabaseFile.cpp facade/LayoutTables.cpp
 facade/Lookup.cpp facade/Lookup.h facade/MeshOperations.cpp facade/MeshRecord.cpp facade/RowFields.h
 """.split()

@@ -22,8 +22,8 @@ from check_coverage import LOAD_PATH
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "checks"
-FILES = LOAD_PATH + """zydata/ArrayImpl.h zydata/VarArrayImpl.h zydata/VarArray.h zydata/Dict.h zydata/DictImpl.h
-zydata/SparseArrayImpl.h zydata/SchemaTable.cpp zydata/Schema.cpp zydata/ClassSchema.cpp zydata/Frame.cpp util/Bytes.h
+FILES = LOAD_PATH + """zydata/arrays/ArrayImpl.h zydata/arrays/VarArrayImpl.h zydata/arrays/VarArray.h zydata/keyed/Dict.h zydata/keyed/DictImpl.h
+zydata/keyed/SparseArrayImpl.h zydata/schema/SchemaTable.cpp zydata/schema/Schema.cpp zydata/tables/ClassSchema.cpp zydata/tables/Frame.cpp util/Bytes.h
 util/Bytes.cpp util/HashBase.h facade/PinTable.cpp facade/Probe.cpp""".split()
 # Checks against more entries than memory holds: counted, not tried.
 TOO_LARGE = re.compile(r"kMostFrames|size\(\).*numeric_limits<")

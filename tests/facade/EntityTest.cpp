@@ -11,11 +11,11 @@
 #include "facade/DBRoot.h"
 #include "tests/facade/Layout.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/Array.h"
-#include "zydata/String.h"
-#include "zydata/TypeRegistry.h"
-#include "zydata/Value.h"
-#include "zydata/VarArray.h"
+#include "zydata/arrays/Array.h"
+#include "zydata/arrays/String.h"
+#include "zydata/arrays/VarArray.h"
+#include "zydata/object/Value.h"
+#include "zydata/schema/TypeRegistry.h"
 
 namespace Mesh2DPlat {
 namespace {

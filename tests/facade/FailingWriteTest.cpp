@@ -8,7 +8,7 @@
 #include "tests/facade/Layout.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
 
 namespace Mesh2DPlat {
 namespace {

@@ -9,10 +9,10 @@
 #include "model/SImesh2D.h"
 #include "mpsys/FileConnection.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/DataFactory.h"
-#include "zydata/Factories.h"
-#include "zydata/Schema.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
+#include "zydata/schema/DataFactory.h"
+#include "zydata/schema/Schema.h"
+#include "zydata/tables/Factories.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 
 #include "facade/DBZydata.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/ClassSchema.h"
-#include "zydata/TypeRegistry.h"
+#include "zydata/schema/TypeRegistry.h"
+#include "zydata/tables/ClassSchema.h"
 
 namespace Mesh2DPlat {
 namespace {

@@ -15,8 +15,8 @@
 #include "tests/facade/Layout.h"
 #include "tests/support/TestSupport.h"
 #include "util/Platform.h"
-#include "zydata/Array.h"
-#include "zydata/TypeRegistry.h"
+#include "zydata/arrays/Array.h"
+#include "zydata/schema/TypeRegistry.h"
 
 namespace Mesh2DPlat {
 namespace {

@@ -10,7 +10,7 @@
 #include "mpsys/FileConnection.h"
 #include "tests/support/FaultyPlatform.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/MemoryData.h"
+#include "zydata/object/MemoryData.h"
 
 namespace MPSys {
 namespace {

@@ -16,10 +16,10 @@
 #include "tests/facade/Layout.h"
 #include "tests/support/Child.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/Factories.h"
-#include "zydata/MMapArray.h"
-#include "zydata/Schema.h"
-#include "zydata/TypeRegistry.h"
+#include "zydata/arrays/MMapArray.h"
+#include "zydata/schema/Schema.h"
+#include "zydata/schema/TypeRegistry.h"
+#include "zydata/tables/Factories.h"
 
 namespace Mesh2DPlat {
 namespace {

@@ -16,14 +16,14 @@
 #include <vector>
 
 #include "tests/support/FaultyPlatform.h"
+#include "tests/support/TestObjects.h"
 #include "tests/support/TestSupport.h"
-#include "tests/zydata/TestObjects.h"
-#include "zydata/Factories.h"
-#include "zydata/MMapArray.h"
-#include "zydata/MMapRegion.h"
-#include "zydata/MMapVarArray.h"
-#include "zydata/Schema.h"
-#include "zydata/serialize.h"
+#include "zydata/arrays/MMapArray.h"
+#include "zydata/arrays/MMapVarArray.h"
+#include "zydata/message/serialize.h"
+#include "zydata/schema/Schema.h"
+#include "zydata/storage/MMapRegion.h"
+#include "zydata/tables/Factories.h"
 
 namespace ZyData {
 namespace {

@@ -21,7 +21,7 @@
 #include "tests/facade/Layout.h"
 #include "tests/facade/SampleMesh.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
 
 namespace TestSupport {
 

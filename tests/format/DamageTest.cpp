@@ -11,11 +11,11 @@
 #include "mpsys/Message.h"
 #include "tests/format/Load.h"
 #include "tests/support/Allocations.h"
+#include "tests/support/TestObjects.h"
 #include "tests/support/TestSupport.h"
-#include "tests/zydata/TestObjects.h"
 #include "util/Assert.h"
 #include "util/Bytes.h"
-#include "zydata/SchemaTable.h"
+#include "zydata/schema/SchemaTable.h"
 
 namespace {
 

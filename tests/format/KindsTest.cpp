@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "tests/format/Tree.h"
+#include "tests/support/TestObjects.h"
 #include "tests/support/TestSupport.h"
-#include "tests/zydata/TestObjects.h"
-#include "zydata/Factories.h"
-#include "zydata/MMapArray.h"
-#include "zydata/MMapVarArray.h"
-#include "zydata/Record.h"
-#include "zydata/VarArray.h"
+#include "zydata/arrays/MMapArray.h"
+#include "zydata/arrays/MMapVarArray.h"
+#include "zydata/arrays/VarArray.h"
+#include "zydata/tables/Factories.h"
+#include "zydata/tables/Record.h"
 
 namespace ZyData {
 namespace {

@@ -14,11 +14,11 @@
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
 #include "util/Error.h"
-#include "zydata/Dict.h"
-#include "zydata/SchemaTable.h"
-#include "zydata/SparseArray.h"
-#include "zydata/String.h"
-#include "zydata/serialize.h"
+#include "zydata/arrays/String.h"
+#include "zydata/keyed/Dict.h"
+#include "zydata/keyed/SparseArray.h"
+#include "zydata/message/serialize.h"
+#include "zydata/schema/SchemaTable.h"
 
 namespace TestSupport {
 

@@ -13,8 +13,8 @@
 #include "util/Assert.h"
 #include "util/Bytes.h"
 #include "util/Error.h"
-#include "zydata/Schema.h"
-#include "zydata/SchemaTable.h"
+#include "zydata/schema/Schema.h"
+#include "zydata/schema/SchemaTable.h"
 
 namespace {
 

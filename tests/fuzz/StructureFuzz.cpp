@@ -15,8 +15,8 @@
 #include "tests/fuzz/UseFile.h"
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
-#include "zydata/Record.h"
-#include "zydata/serialize.h"
+#include "zydata/message/serialize.h"
+#include "zydata/tables/Record.h"
 
 namespace {
 

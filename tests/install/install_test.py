@@ -45,7 +45,7 @@ def install_and_move(arguments, folder):
 
 def check_headers(prefix):
     names = {str(path.relative_to(prefix)) for path in prefix.glob("include/**/*") if path.is_file()}
-    for name in ("facade/DBZydata.h", "facade/DBInterface.h", "model/EM2D.h", "zydata/data.h", "util/Error.h"):
+    for name in ("facade/DBZydata.h", "facade/DBInterface.h", "model/EM2D.h", "zydata/object/data.h", "util/Error.h"):
         check(f"include/corvane/{name}" in names, f"{name} is not installed")
     check(not any("Platform" in name for name in names), "the platform layer's header is installed")
     check(not list(prefix.rglob("*.a")), "an archive is installed")

@@ -14,7 +14,7 @@
 #include "tests/support/FaultyPlatform.h"
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
-#include "zydata/MemoryData.h"
+#include "zydata/object/MemoryData.h"
 
 TEST_SUPPORT_MALLOC_MAY_FAIL
 

@@ -1,5 +1,5 @@
 // Raw memory as data objects: who owns the bytes, how they grow for a receive, and how they print.
-#include "zydata/MemoryData.h"
+#include "zydata/object/MemoryData.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "tests/support/TestSupport.h"
-#include "zydata/Schema.h"
+#include "zydata/schema/Schema.h"
 
 TEST_SUPPORT_MALLOC_MAY_FAIL
 

@@ -15,8 +15,8 @@
 #include "mpsys/FrameReceiver.h"
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
-#include "zydata/MemoryData.h"
-#include "zydata/Schema.h"
+#include "zydata/object/MemoryData.h"
+#include "zydata/schema/Schema.h"
 
 namespace {
 

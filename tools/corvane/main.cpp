@@ -6,12 +6,12 @@
 #include <stdexcept>
 #include <string>
 
-#include "tools/corvane/CheckCommand.h"
-#include "tools/corvane/ImportCommand.h"
-#include "tools/corvane/InfoCommand.h"
-#include "tools/corvane/LineText.h"
-#include "tools/corvane/MeshCommand.h"
-#include "tools/corvane/RenderCommand.h"
+#include "tools/corvane/support/LineText.h"
+#include "tools/corvane/verbs/CheckCommand.h"
+#include "tools/corvane/verbs/ImportCommand.h"
+#include "tools/corvane/verbs/InfoCommand.h"
+#include "tools/corvane/verbs/MeshCommand.h"
+#include "tools/corvane/verbs/RenderCommand.h"
 
 namespace {
 

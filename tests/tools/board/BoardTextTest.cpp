@@ -1,0 +1,183 @@
+// Words, lists and numbers of board text, and what is said of text that is no board.
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tests/tools/board/BoardTexts.h"
+#include "tools/corvane/board/BoardNumbers.h"
+#include "tools/corvane/board/SExpression.h"
+
+using namespace CorvaneTool;
+using BoardTexts::board_error;
+using BoardTexts::two_layer_text;
+
+namespace {
+
+constexpr int kVersion = 20241229;
+
+TEST(BoardText, OnlyQuotedWordsHaveEscapes) {
+  const SourceText text("t", R"((kicad_pcb /Supply/\~PWR_SET~ "a\"b\\c\n\x41\101\q" "" say"what"))");
+  const Tree tree(text, "kicad_pcb");
+  EXPECT_EQ(tree.root().atom(0).text(), R"(/Supply/\~PWR_SET~)");
+  EXPECT_EQ(tree.root().atom(1).text(), "a\"b\\c\nAAq");
+  EXPECT_EQ(tree.root().atom(2).text(), "");
+  EXPECT_EQ(tree.root().atom(3).text(), "say\"what\"");
+  EXPECT_FALSE(tree.root().atom(4));
+}
+
+TEST(BoardText, ListsAreAskedForTheirOwnChildrenOnly) {
+  const SourceText text("t", "(kicad_pcb\r\n\t(a (layer inner) ((x)) ()) word\r\n\t(layer outer) \"locked\" )\r\n");
+  const Tree tree(text, "kicad_pcb");
+  const Item root = tree.root();
+  EXPECT_EQ(root.find("layer").atom(0).word(), "outer");
+  EXPECT_EQ(root.find("a").find("layer").atom(0).word(), "inner");
+  EXPECT_FALSE(root.find("x"));
+  EXPECT_FALSE(root.find("missing").find("layer").atom(0));
+  EXPECT_TRUE(root.has_word("word"));
+  EXPECT_FALSE(root.has_word("locked")) << "a quoted word is a text";
+}
+
+TEST(BoardText, EmbeddedDataIsOneWord) {
+  const SourceText text("t", "(kicad_pcb (file (data |KLUv(/\n\"QBY=|) (name |x)))");
+  const Tree tree(text, "kicad_pcb");
+  EXPECT_EQ(tree.root().find("file").find("data").atom(0).word(), "KLUv(/\n\"QBY=");
+  EXPECT_EQ(tree.root().find("file").find("name").atom(0).word(), "|x");
+}
+
+TEST(BoardText, TheForgottenParenthesisIsAddedAndCounted) {
+  const std::string zone = "(zone (net 1) (layer F.Cu) (attr (teardrop (curved_edges no)filter_ratio 0.9))))";
+  const Board board =
+      BoardTexts::two_layer_board(kVersion, zone + zone + "(via (at 1 1) (drill 0.3) (layers F.Cu B.Cu) (net 2))");
+  EXPECT_EQ(board.repaired_parentheses, 2u);
+  EXPECT_EQ(board.vias.size(), 1u);
+  EXPECT_EQ(
+      BoardTexts::two_layer_board(kVersion, "(zone (layer F.Cu) (curved_edges no) filter_ratio)").repaired_parentheses,
+      0u);
+}
+
+TEST(BoardText, NestingHasALimit) {
+  const auto nested = [](std::size_t lists) {
+    return "(kicad_pcb " + std::string(lists, '(') + std::string(lists, ')') + ")";
+  };
+  const SourceText deep("t", nested(Tree::kDeepest - 1));
+  EXPECT_EQ(Tree(deep, "kicad_pcb").nodes().size(), Tree::kDeepest);
+  EXPECT_EQ(board_error(nested(Tree::kDeepest)), "b.kicad_pcb:1:267: lists nested deeper than 256");
+}
+
+struct WrongText {
+  std::string text;
+  std::string message;  // after the file's name
+};
+
+void PrintTo(const WrongText& wrong, std::ostream* stream) { *stream << wrong.message; }
+
+class WrongBoard : public testing::TestWithParam<WrongText> {};
+
+TEST_P(WrongBoard, IsReportedWithItsPlace) {
+  EXPECT_EQ(board_error(GetParam().text), "b.kicad_pcb:" + GetParam().message);
+}
+
+const std::string kHead = "(kicad_pcb (version 20241229) (layers (0 F.Cu signal) (2 B.Cu signal)) (net 0 \"\")\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, WrongBoard,
+    testing::Values(
+        WrongText{"", "1:1: not a board: the file is empty"}, WrongText{" \r\n", "2:1: not a board: the file is empty"},
+        WrongText{"PK\x03\x04", "1:1: not a board: it does not begin with \"(kicad_pcb\""},
+        WrongText{"\n(kicad_sch (version 1))", "2:1: not a board: it does not begin with \"(kicad_pcb\""},
+        WrongText{"(kicad_pcbx)", "1:1: not a board: it does not begin with \"(kicad_pcb\""},
+        WrongText{kHead + " (segment (start 1", "2:19: the file ends inside the list \"(start\" that begins at 2:11"},
+        WrongText{kHead + " (gr_text \"oh", "2:11: the file ends inside this quoted text"},
+        WrongText{kHead + " \"oh\\", "2:2: the file ends inside this quoted text"},
+        WrongText{kHead + " (data |oh", "2:8: the file ends inside this embedded data"},
+        WrongText{kHead + ")\n)", "3:1: text after the end of the board"},
+        WrongText{kHead + ")\n  x", "3:3: text after the end of the board"},
+        WrongText{kHead + ") (kicad_pcb)", "2:3: text after the end of the board"},
+        WrongText{"(kicad_pcb)", "1:1: the board has no version"},
+        WrongText{"(kicad_pcb (version new))", "1:21: \"new\" is not a whole number"},
+        WrongText{"(kicad_pcb (version 4))", "1:1: the board has no list of layers"},
+        WrongText{"(kicad_pcb (version 20241229) (layers (5 F.SilkS user)))", "1:31: the board has no copper layer"},
+        WrongText{"(kicad_pcb (version 20241229) (layers (0 F.Cu) (1 F.Cu)))",
+                  "1:31: layer \"F.Cu\" stands twice in the list of layers"},
+        WrongText{"(kicad_pcb (version 20241229) (layers (F.Cu signal)))", "1:39: a layer needs a number and a name"},
+        WrongText{kHead + "(net 0 again))", "2:1: net 0 is declared twice"},
+        WrongText{kHead + "(segment (start 0 0) (end 1 1) (layer \"Foo.Cu\")))",
+                  "2:39: segment on unknown layer \"Foo.Cu\""},
+        WrongText{kHead + "(arc (start 0 0) (end 1 1) (layers In1.Cu)))", "2:36: arc on unknown layer \"In1.Cu\""},
+        WrongText{kHead + "(via (at 0 0) (layers F.Cu Bottom)))", "2:28: via on unknown layer \"Bottom\""},
+        WrongText{kHead + "(footprint x (at 0 0) (pad 1 smd rect (at 0 0) (layers Q.Cu))))",
+                  "2:56: unknown layer \"Q.Cu\""},
+        WrongText{kHead + "(zone (layer Plane)))", "2:14: unknown layer \"Plane\""},
+        WrongText{kHead + "(segment (start 0 0) (end 1 1) (layer F.Cu) (net 7)))", "2:1: segment on undeclared net 7"},
+        WrongText{kHead + "(zone (net 7 \"A\") (layer F.Cu)))", "2:1: zone on undeclared net 7"},
+        WrongText{kHead + "(via (at 0 0) (net GND)))", "2:20: \"GND\" is not a whole number"},
+        WrongText{kHead + "(segment (end 1 1) (layer F.Cu)))", "2:1: segment without \"start\""},
+        WrongText{kHead + "(arc (start 1 1) (end 1 2) (layer F.Cu)))", "2:1: arc without \"mid\""},
+        WrongText{kHead + "(segment (start 1) (end 1 1) (layer F.Cu)))", "2:10: \"start\" has too few values"},
+        WrongText{kHead + "(via (at 1 1mm)))", "2:12: \"1mm\" is not a length"},
+        WrongText{kHead + "(footprint x (at 1 1 up)))", "2:22: \"up\" is not a number"},
+        WrongText{kHead + "(footprint x (at 1 1) (pad 1 smd)))", "2:23: a pad needs a number, a kind and a shape"}));
+
+TEST(BoardText, EveryCutIsAnError) {
+  const std::string text =
+      two_layer_text(kVersion,
+                     "(footprint \"x\" (at 1 2 90) (pad \"1\" smd rect (at 0 0) (size 1 1) (layers \"F.Cu\")))\n(zone "
+                     "(net 1) (layer F.Cu)"
+                     "(filled_polygon (pts (xy 0 0) (xy 1 0) (arc (start 1 0) (mid 2 1) (end 1 2)))))");
+  ASSERT_EQ(board_error(text), "<nothing thrown>");
+  const std::size_t end = text.rfind(')');
+  for (std::size_t size = 0; size <= end; ++size) {
+    const std::string message = board_error(std::string(text.data(), size));
+    EXPECT_TRUE(message.starts_with("b.kicad_pcb:")) << "cut to " << size << " bytes: " << message;
+  }
+}
+
+TEST(BoardText, MessagesStayOneReadableLine) {
+  EXPECT_EQ(board_error(kHead + "(segment (layer \"a\nb\x1b[2J\")))"),
+            "b.kicad_pcb:2:17: segment on unknown layer \"a?b?[2J\"");
+  const std::string message = board_error(kHead + "(segment (layer " + std::string(5000, 'x') + ")))");
+  EXPECT_EQ(message.size(), std::string("b.kicad_pcb:2:17: ").size() + 203) << message;
+}
+
+TEST(BoardText, AFileThatCannotBeReadIsNamed) {
+  try {
+    SourceText::read_file("/nowhere/b.kicad_pcb");
+    FAIL();
+  } catch (const BoardError& error) {
+    EXPECT_EQ(std::string(error.what()), "/nowhere/b.kicad_pcb: cannot be read: No such file or directory");
+  }
+}
+
+TEST(BoardNumbers, LengthsAreExactToTheNanometre) {
+  const std::vector<std::pair<const char*, std::optional<std::int64_t>>> table = {
+      {"0", 0},
+      {"-0", 0},
+      {"1", 1'000'000},
+      {"-1.5", -1'500'000},
+      {"123.456789", 123'456'789},
+      {"0.000001", 1},
+      {".5", 500'000},
+      {"2.", 2'000'000},
+      {"0.1234565", 123'457},
+      {"-0.0000005", -1},
+      {"1e-05", 10},
+      {"1.5E1", 15'000'000},
+      {"999999999.999999", 999'999'999'999'999},
+      {"1000000001", {}},
+      {"1e300", {}},
+      {"nan", {}},
+      {"inf", {}},
+      {"", {}},
+      {"-", {}},
+      {".", {}},
+      {"1.2.3", {}},
+      {"0x10", {}},
+      {"1 ", {}},
+      {"--1", {}}};
+  for (const auto& [text, value] : table) EXPECT_EQ(parse_nanometres(text), value) << text;
+}
+
+}  // namespace

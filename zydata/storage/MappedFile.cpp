@@ -1,0 +1,154 @@
+#include "zydata/storage/MappedFile.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <utility>
+
+#include "util/Error.h"
+#include "util/Platform.h"
+#include "zydata/storage/MMapStorage.h"
+
+namespace ZyData {
+namespace {
+
+constexpr unsigned kFilePermissions = 0644;
+
+}  // namespace
+
+MappedView::MappedView(int fd, std::uint64_t offset, std::uint64_t length) : d_offset(offset), d_length(length) {
+  using namespace Util;
+  void* begin = platform().map(nullptr, length, kMapRead | kMapWrite, kMapShared, fd, offset);
+  if (begin != kMapFailed) d_begin = begin;
+}
+
+MappedView::MappedView(MappedView&& other) noexcept
+    : d_begin(std::exchange(other.d_begin, nullptr)), d_offset(other.d_offset), d_length(other.d_length) {}
+
+MappedView& MappedView::operator=(MappedView&& other) noexcept {
+  if (this == &other) return *this;
+  unmap();
+  d_begin = std::exchange(other.d_begin, nullptr);
+  d_offset = other.d_offset;
+  d_length = other.d_length;
+  return *this;
+}
+
+// Integers, because the address of a byte before the view lies in no object.
+void* MappedView::address_of(std::uint64_t offset) const {
+  return reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(d_begin) - d_offset + offset);
+}
+
+bool MappedView::holds(std::uint64_t offset, std::uint64_t length) const {
+  return d_begin != nullptr && offset >= d_offset && offset - d_offset <= d_length &&
+         length <= d_length - (offset - d_offset);
+}
+
+bool MappedView::unmap() noexcept {
+  if (d_begin != nullptr && Util::platform().unmap(d_begin, d_length) != 0) return false;
+  d_begin = nullptr;
+  return true;
+}
+
+MappedFile::MappedFile(MappedFile&& other) noexcept : d_fd(std::exchange(other.d_fd, -1)) {}
+
+MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
+  if (this == &other) return *this;
+  close();
+  d_fd = std::exchange(other.d_fd, -1);
+  return *this;
+}
+
+// The system would take a name up to its zero byte, which is another file.
+bool MappedFile::open(const std::string& name) {
+  if (name.find('\0') != std::string::npos) {
+    errno = EINVAL;
+    return false;
+  }
+  const int fd = Util::platform().open_or_create(name.c_str(), kFilePermissions);
+  return take(fd >= 0 ? fd : Util::platform().open_existing(name.c_str()), true);
+}
+
+bool MappedFile::open_referenced(const std::string& name, bool follow_link) {
+  return take(Util::platform().open_regular(name.c_str(), follow_link), false);
+}
+
+bool MappedFile::take(int fd, bool alone) {
+  if (fd < 0) return false;
+  Util::Platform& platform = Util::platform();
+  if ((alone && platform.lock(fd, true) != 0) || platform.lock(fd, false) != 0) {
+    const int error_number = errno;
+    platform.close(fd);
+    errno = error_number;
+    return false;
+  }
+  d_fd = fd;
+  return true;
+}
+
+bool MappedFile::open_unnamed(const std::string& folder) {
+  d_fd = Util::platform().open_unnamed(folder);
+  return d_fd >= 0;
+}
+
+// Unlocked first, because a process that was forked meanwhile may still have the descriptor, and with it the lock.
+void MappedFile::close() noexcept {
+  if (d_fd < 0) return;
+  Util::platform().unlock(d_fd);
+  Util::platform().close(d_fd);
+  d_fd = -1;
+}
+
+std::int64_t MappedFile::size() const { return Util::platform().file_size(d_fd); }
+
+// Bytes are cut only when nothing else can fail any more.
+bool MappedFile::set_length(std::uint64_t length, std::uint64_t old_length) {
+  Util::Platform& platform = Util::platform();
+  if (length <= old_length) return platform.reserve_blocks(d_fd, length) == 0 && cut(length);
+  if (!cut(length)) return false;
+  if (platform.reserve_blocks(d_fd, length) == 0) return true;
+  restore_length(old_length);
+  return false;
+}
+
+// A length that is right already may be set in company, too.
+bool MappedFile::cut(std::uint64_t length) {
+  Util::Platform& platform = Util::platform();
+  const bool alone = platform.lock(d_fd, true) == 0;
+  int error_number = alone ? 0 : (errno == EWOULDBLOCK ? EBUSY : errno);
+  if (alone && platform.set_file_size(d_fd, length) != 0) error_number = errno;
+  platform.lock(d_fd, false);
+  if (error_number == 0 || (!alone && size() == static_cast<std::int64_t>(length))) return true;
+  errno = error_number;
+  return false;
+}
+
+void MappedFile::restore_length(std::uint64_t length) noexcept {
+  const int error_number = errno;
+  cut(length);
+  errno = error_number;
+}
+
+void throw_open_failed(int error_number, const std::string& file_name) {
+  if (error_number == EWOULDBLOCK)
+    throw Util::Error("mmap file \"%s\" is already open: a file belongs to one array at a time", file_name.c_str());
+  throw Util::Error(error_number, "failed to open mmap file \"%s\"", file_name.c_str());
+}
+
+std::string folder_of(const std::string& file_name) {
+  const std::string folder = std::filesystem::path(file_name).parent_path().string();
+  return folder.empty() ? "." : folder;
+}
+
+void check_referenced_name(const std::string& file_name) {
+  if (file_name.empty() || file_name.find('\0') != std::string::npos)
+    throw Util::Error(std::string("the stored name of a mapped file is empty or damaged"));
+  if (foreign_mapped_files_allowed()) return;
+  const std::filesystem::path path(file_name);
+  bool leaves_folder = path.is_absolute();
+  for (const auto& part : path) leaves_folder |= part == "..";
+  if (!leaves_folder) return;
+  throw Util::Error("loaded data name the mapped file \"%s\": absolute names and \"..\" are refused",
+                    file_name.c_str());
+}
+
+}  // namespace ZyData

@@ -38,7 +38,7 @@ Sample compare(const std::function<void()>& ours, const std::function<void()>& r
   return race({nothing, ours, nothing}, {nothing, rival, nothing}, kNoFreshMemory);
 }
 
-// --- mapped files ----------------------------------------------------------------------------
+// --- mapped files ---
 
 /// Two arrays of the same content, one of them mapped. Pages are resident before anything is timed: the first round
 /// touches them, and the later ones fill the same elements again.
@@ -106,7 +106,7 @@ std::function<Sample()> fill_zeros(const std::string& folder, std::size_t elemen
   };
 }
 
-// --- dictionaries ----------------------------------------------------------------------------
+// --- dictionaries ---
 
 struct SameHash {
   std::size_t operator()(const std::string& text) const { return Util::text_hash(text.c_str(), text.size()); }

@@ -37,7 +37,7 @@ class CORVANE_API DBInterface {
   DBInterface& operator=(DBInterface&&) = default;
   ~DBInterface() = default;
 
-  // --- slots 0-10: writing -----------------------------------------------------------------------
+  // --- slots 0-10: writing ---
   virtual bool write(SImesh2D* mesh, const std::vector<std::map<EM2DVia*, int>>& viaMeshIds,
                      const std::vector<EM2DShape*>& shapes = {}) = 0;  // 0
   virtual void write(const std::vector<EM2DPolyVia*>& polyVias) = 0;   // 1
@@ -52,7 +52,7 @@ class CORVANE_API DBInterface {
   virtual void write(const std::vector<EM2DNet*>& nets) = 0;                                 // 9
   virtual void write(SImeshConfig* config) = 0;                                              // 10
 
-  // --- slots 11-20: reading; always true, unless said otherwise ----------------------------------
+  // --- slots 11-20: reading; always true, unless said otherwise ---
   virtual bool read(SImesh2D* mesh, ViaTable& vias, const Table<int, EM2DLayer>& layers = {},
                     const Table<int, EM2DNet>& nets = {}, const Table<std::string, EM2DVia>& viasByName = {},
                     std::vector<EM2DShape*>* shapes = nullptr,
@@ -74,7 +74,7 @@ class CORVANE_API DBInterface {
   virtual bool read(std::vector<EM2DNet*>& nets) = 0;                                             // 19
   virtual bool read(SImeshConfig* config) = 0;                                                    // 20
 
-  // --- slots 21-24: meshes with negative polygons, files -----------------------------------------
+  // --- slots 21-24: meshes with negative polygons, files ---
   virtual bool writeNegPolyMesh(SImesh2D* mesh) = 0;                            // 21
   virtual bool readNegPolyMesh(SImesh2D* mesh, MeshReadInterface* reader) = 0;  // 22
   /// Writes everything to <directory>/<name>.zydat; creates the directory, one level. A failed save leaves a truncated

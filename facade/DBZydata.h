@@ -30,7 +30,7 @@ class CORVANE_API DBZydata : public DBInterface {
   DBZydata& operator=(const DBZydata& other);
   ~DBZydata();
 
-  // --- slots 0-10: writing -----------------------------------------------------------------------
+  // --- slots 0-10: writing ---
   bool write(SImesh2D* mesh, const std::vector<std::map<EM2DVia*, int>>& viaMeshIds,
              const std::vector<EM2DShape*>& shapes = {}) override;                        // 0
   void write(const std::vector<EM2DPolyVia*>& polyVias) override;                         // 1
@@ -44,7 +44,7 @@ class CORVANE_API DBZydata : public DBInterface {
   void write(const std::vector<EM2DNet*>& nets) override;                                 // 9
   void write(SImeshConfig* config) override;                                              // 10
 
-  // --- slots 11-20: reading ----------------------------------------------------------------------
+  // --- slots 11-20: reading ---
   bool read(SImesh2D* mesh, ViaTable& vias, const Table<int, EM2DLayer>& layers = {},
             const Table<int, EM2DNet>& nets = {}, const Table<std::string, EM2DVia>& viasByName = {},
             std::vector<EM2DShape*>* shapes = nullptr,
@@ -63,7 +63,7 @@ class CORVANE_API DBZydata : public DBInterface {
   bool read(std::vector<EM2DNet*>& nets) override;                                             // 19
   bool read(SImeshConfig* config) override;                                                    // 20
 
-  // --- slots 21-24: meshes with negative polygons, files -----------------------------------------
+  // --- slots 21-24: meshes with negative polygons, files ---
   bool writeNegPolyMesh(SImesh2D* mesh) override;                            // 21
   bool readNegPolyMesh(SImesh2D* mesh, MeshReadInterface* reader) override;  // 22
   bool save(const std::string& name) override;                               // 23

@@ -28,7 +28,7 @@ const Object& present(const Object* object) {
   return *object;
 }
 
-// --- objects with an id or a name ----------------------------------------------------------------
+// --- objects with an id or a name ---
 inline EM2DLayerProxy row_of(const EM2DLayer& layer) { return {layer.id(), layer.name(), layer.z()}; }
 inline std::unique_ptr<EM2DLayer> make_layer(const EM2DLayerProxy& row) {
   return std::make_unique<EM2DLayer>(row.id, std::string(row.name), row.z);
@@ -70,7 +70,7 @@ inline std::unique_ptr<EM2DVertex> make_vertex(const EM2DVertexProxy& row, EM2DL
                                       row.options);
 }
 
-// --- objects between two vertices ----------------------------------------------------------------
+// --- objects between two vertices ---
 inline EM2DTraceProxy row_of(const EM2DTrace& trace) {
   return {trace.name(), present(trace.net()).id(), present(trace.startVertex()).id(), present(trace.endVertex()).id(),
           trace.option()};
@@ -102,7 +102,7 @@ inline std::unique_ptr<EM2DVia> make_poly_via(const EM2DPolyViaProxy& row, EM2DN
                                        static_cast<EM2DPolyVia::PolyType>(row.polytype), row.coord.to_vector());
 }
 
-// --- areas and parts -----------------------------------------------------------------------------
+// --- areas and parts ---
 inline EM2DShapeProxy row_of(const EM2DShape& shape) {
   return {shape.name(),
           present(shape.layer()).id(),
@@ -132,7 +132,7 @@ inline void add_pin(EM2DCircuit& circuit, std::string_view name, EM2DVertex* ver
 }
 inline void set_option(EM2DCircuit& circuit, int option) { circuit.setOption(option); }
 
-// --- meshes --------------------------------------------------------------------------------------
+// --- meshes ---
 inline std::string_view name_of(const EM2DVia& via) { return via.name(); }
 
 /// Names the elements of a mesh that are stored in rows P.
@@ -245,7 +245,7 @@ inline SImesh2D::Polygon element_of(const MeshPolygonProxy& row) {
           row.layer, std::string(row.net), row.node.to_vector(), row.edge.to_vector()};
 }
 
-// --- what a program says and hears while a mesh is read ------------------------------------------
+// --- what a program says and hears while a mesh is read ---
 inline EM2DLayer* layer_of(MeshReadInterface& reader, int id) { return reader.layer(id); }
 inline EM2DNet* net_of(MeshReadInterface& reader, int id) { return reader.net(id); }
 inline bool wants_shapes(const MeshReadInterface& reader) { return reader.wantsShapes(); }
@@ -256,7 +256,7 @@ inline void neg_polygon_read(MeshReadInterface& reader, SImesh2D& mesh, std::siz
   reader.negPolygonRead(mesh, position);
 }
 
-// --- settings ------------------------------------------------------------------------------------
+// --- settings ---
 /// Calls visit(name, getter, setter) for every setting, in the order of the record's fields.
 template <class Visitor>
 void visit_settings(Visitor&& visit) {

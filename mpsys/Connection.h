@@ -13,7 +13,7 @@ namespace MPSys {
 
 class CORVANE_API Connection {
  public:
-  // --- slots, in order ---------------------------------------------------------------------------
+  // --- slots, in order ---
   virtual bool isUsable() const;                // 1: true
   virtual const std::string& name() const = 0;  // 2
   virtual std::int32_t descriptor() const = 0;  // 3: of the operating system; -1 when closed

@@ -28,7 +28,7 @@ struct Header {
 };
 static_assert(sizeof(Header) == kHeaderBytes);
 
-// --- sending -------------------------------------------------------------------------------------
+// --- sending ---
 
 void write_whole(VFileStream& stream, const void* bytes, std::size_t size, const char* failure) {
   const std::int64_t written = stream.write(bytes, size, 0);
@@ -60,7 +60,7 @@ void send_frames(VFileStream& stream, const FrameList& frames) {
   transfer.send(stream);
 }
 
-// --- receiving -----------------------------------------------------------------------------------
+// --- receiving ---
 
 /// False when the stream ends before a whole header.
 bool receive_header(VFileStream& stream, Header& header) {

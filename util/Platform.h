@@ -57,7 +57,7 @@ class Platform {
   /// One level only; an existing directory is no error.
   virtual void create_directory(const std::string& path, std::error_code& error);
 
-  // --- files that are mapped. All are opened for reading and writing and closed on exec
+  // --- files that are mapped: opened for reading and writing, closed on exec ---
   /// Creates the file with the given permission bits when there is none.
   virtual int open_or_create(const char* path, unsigned permissions);
   virtual int open_existing(const char* path);
@@ -83,7 +83,7 @@ class Platform {
   /// Takes away what map() has returned for `length` bytes.
   virtual int unmap(void* address, std::size_t length);
 
-  // --- files that take another's place
+  // --- files that take another's place ---
   /// Creates a file of this name for writing and locks it until the descriptor is closed. A file of this name that
   /// nobody has locked was left behind and goes; a locked one is EBUSY, anything else than a regular file EEXIST.
   virtual int open_locked(const char* path, unsigned permissions);

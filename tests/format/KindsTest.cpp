@@ -202,7 +202,7 @@ TEST_F(GoldenKinds, OfStructuresAreWhatIsSavedAndHoldWhatWasMade) {
   EXPECT_TRUE(read_file("again") == golden("structures.zydat"));
 }
 
-// --- every kind of every element type --------------------------------------------------------
+// --- every kind of every element type ---
 
 template <class T>
 class EveryKind : public InFolder {};

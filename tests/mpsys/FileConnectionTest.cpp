@@ -244,7 +244,7 @@ TEST_F(FileMessages, AConnectionKnowsItsNameUntilAndAfterItIsClosed) {
   EXPECT_ERROR(connection.send(message_of(0, {}), 0), "message send failed: Bad file descriptor");
 }
 
-// --- the stream ----------------------------------------------------------------------------------
+// --- the stream ---
 
 /// Status, blocking mode and time-out.
 std::string state_of(const VFileStream& stream) {
@@ -295,7 +295,7 @@ TEST_F(FileMessages, AnEmptyReadWaitsOnlyWithATimeOut) {
   }
 }
 
-// --- the exception -------------------------------------------------------------------------------
+// --- the exception ---
 
 TEST(NonDataMessage, IsAnErrorOfItsOwnThatKeepsTheMessage) {
   static_assert(!std::is_base_of_v<Util::Error, NonDataMessageException>);

@@ -70,7 +70,7 @@ class MeshBuilder {
     int first_metal, metal_count;
   };
 
-  // --- layers --------------------------------------------------------------------------------------------------------
+  // --- layers ---
 
   void add_layer(const LayerMesh& layer) {
     const int id = mesh().addLayer({-1, layer.layer->name()});
@@ -155,7 +155,7 @@ class MeshBuilder {
     return shifted({nodes.begin(), nodes.end()}, first_node);
   }
 
-  // --- what lies between and across layers ---------------------------------------------------------------------------
+  // --- what lies between and across layers ---
 
   void add_mediums() {
     for (std::size_t i = 0; i + 1 < d_places.size(); ++i) {

@@ -29,7 +29,7 @@ constexpr double kStraightPart = 5;                // of the spacing: how far ou
 constexpr double kUsualAngle = 20;                 // degrees
 constexpr double kLargestAngle = 20.7;             // beyond this, refining need not come to an end
 
-// --- sizes ----------------------------------------------------------------------------------------------------------
+// --- sizes ---
 
 struct Extent {
   double width, height;  // nm
@@ -69,7 +69,7 @@ MeshSizes sizes_for(const MeshRequest& request, const Mesh2DPlat::SImeshConfig& 
   return sizes;
 }
 
-// --- areas ----------------------------------------------------------------------------------------------------------
+// --- areas ---
 
 double relative(double found, double wanted) {
   return found == wanted ? 0 : std::abs(found - wanted) / std::max(std::abs(wanted), 1e-12);
@@ -144,7 +144,7 @@ void check_areas(const LayerReport& report, const Topology& topology) {
   check("polygons", polygons, report.mesh_area);
 }
 
-// --- the whole way --------------------------------------------------------------------------------------------------
+// --- the whole way ---
 
 std::vector<std::pair<std::string, std::size_t>> count_elements(const Mesh2DPlat::SImesh2D& mesh) {
   return {{"meshlayer", mesh.layers.size()},

@@ -70,8 +70,7 @@ class ArrayBase2 : public ArrayBase {
   using DataObj::push_back;
   using DataObj::set;
 
-  // --- slots
-  // ----------------------------------------------------------------------------------------------------------------------
+  // --- slots ---
   /// Deliberate: `first` counts from the vector's element 0, also for a slice of a slice.
   std::shared_ptr<DataObj> slice(std::uint64_t first, std::uint64_t count) override;  // 3
   /// Deliberate: `first` counts from the vector's element 0.
@@ -98,8 +97,7 @@ class ArrayBase2 : public ArrayBase {
     return elements();
   }
 
-  // --- typed operations
-  // -----------------------------------------------------------------------------------------------------------
+  // --- typed operations ---
   /// Address of element `i`; throws Util::Error outside the array. Valid until the vector grows.
   T* at(int i);
   void set(int i, T value) { *at(i) = value; }
@@ -136,8 +134,7 @@ class ArrayBase2 : public ArrayBase {
   /// Appends elements one by one to a whole array, straight into its vector.
   class Appender;
 
-  // --- rows of a frame
-  // ------------------------------------------------------------------------------------------------------------
+  // --- rows of a frame ---
   void append_strided(const void* first, std::size_t stride, std::uint64_t count) override;
   void append_defaults(std::uint64_t count) override;
   void truncate_rows(std::uint64_t rows) noexcept override;

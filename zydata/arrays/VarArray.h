@@ -174,8 +174,7 @@ class RunArray : public RunTable<Memory> {
   using DataObj::set;
   using DataObj::set_field;
 
-  // --- slots
-  // ----------------------------------------------------------------------------------------------------------------------
+  // --- slots ---
   /// As for fixed arrays, `first` counts from the whole array's element 0.
   std::shared_ptr<DataObj> slice(std::uint64_t first, std::uint64_t count) override;  // 3
   std::shared_ptr<DataObj> copy(std::uint64_t first, std::uint64_t count) override;   // 4
@@ -185,8 +184,7 @@ class RunArray : public RunTable<Memory> {
   std::uint64_t size_bytes() const override;                                  // 30
   void finish() override;                                                     // 32
 
-  // --- typed operations
-  // -----------------------------------------------------------------------------------------------------------
+  // --- typed operations ---
   /// Element `i` as a view that is valid until the next change; of mapped bools it shows the bytes as the file has
   /// them. An index that is not below the size ends the program.
   Run run(std::uint64_t i) const {
@@ -209,8 +207,7 @@ class RunArray : public RunTable<Memory> {
   /// Appends elements one by one to a whole array, straight into its vectors.
   class Appender;
 
-  // --- rows of a frame
-  // ------------------------------------------------------------------------------------------------------------
+  // --- rows of a frame ---
   /// The runs must not lie in this array.
   void append_strided(const void* first, std::size_t stride, std::uint64_t count) override;
   void append_defaults(std::uint64_t count) override;

@@ -73,7 +73,7 @@ class Dict final : public DataObj {
 
   explicit Dict(std::shared_ptr<Schema> schema) : DataObj(std::move(schema)), d_table(std::make_shared<Table>()) {}
 
-  // --- slots -----------------------------------------------------------------
+  // --- slots ---
   std::uint64_t size() const override { return d_table->live(); }               // 1: live entries
   void* data() override { return d_table->entries.data(); }                     // 22
   GenericValue get(int i) const override { return GenericValue(value_at(i)); }  // 24
@@ -83,7 +83,7 @@ class Dict final : public DataObj {
   void print(int indent) override;                        // 36
   void print(std::ostream& stream, int indent) override;  // 37
 
-  // --- typed operations ------------------------------------------------------
+  // --- typed operations ---
   /// The value under a key. Throws Util::Error when there is none.
   T get(const std::string& key) const;
   /// The value of entry `i` in the order of insertion. Throws Util::Error for an index past the entries and for a free

@@ -52,7 +52,7 @@ class SparseArray final : public DataObj {
   explicit SparseArray(std::shared_ptr<Schema> schema)
       : SparseArray(std::move(schema), std::make_shared<Table>(), SparseView()) {}
 
-  // --- slots -----------------------------------------------------------------
+  // --- slots ---
   /// Entries that are present and shown. O(n).
   std::uint64_t size() const override;  // 1
   /// The indices [first, first + count) of the same table; both count from index 0. Throws Util::Error for a first
@@ -67,7 +67,7 @@ class SparseArray final : public DataObj {
   void print(int indent) override;                        // 36
   void print(std::ostream& stream, int indent) override;  // 37
 
-  // --- typed operations. An index that is not shown throws "index bounds error" ----------------------------
+  // --- typed operations. An index that is not shown throws "index bounds error" ---
   /// The value at an index, or the default value.
   T value_at(int index) const;
   /// The value at an index, borrowed until the next insertion; null when it is not present.

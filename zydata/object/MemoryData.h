@@ -33,14 +33,14 @@ class CORVANE_API StaticMemoryData : public MessageDataObj {
   bool set_length(std::uint64_t n);
   std::uint64_t length() const { return d_length; }
 
-  // --- slots 21-28: elements and values ----------------------------------------------------------
+  // --- slots 21-28: elements and values ---
   void* data() override { return d_bytes; }  // 22
 
-  // --- slots 29-35: storage ----------------------------------------------------------------------
+  // --- slots 29-35: storage ---
   std::uint64_t size_bytes() const override { return d_length; }  // 30
   bool fits(std::uint64_t n) override { return set_length(n); }   // 31
 
-  // --- slots 36-40: printing and hierarchy -------------------------------------------------------
+  // --- slots 36-40: printing and hierarchy ---
   void print(int indent) override;                        // 36
   void print(std::ostream& stream, int indent) override;  // 37
 
@@ -71,14 +71,14 @@ class CORVANE_API MallocMemoryData : public MessageDataObj {
   bool set_length(std::uint64_t n);
   std::uint64_t length() const { return d_length; }
 
-  // --- slots 21-28: elements and values ----------------------------------------------------------
+  // --- slots 21-28: elements and values ---
   void* data() override { return d_bytes.get(); }  // 22
 
-  // --- slots 29-35: storage ----------------------------------------------------------------------
+  // --- slots 29-35: storage ---
   std::uint64_t size_bytes() const override { return d_length; }  // 30
   bool fits(std::uint64_t n) override { return set_length(n); }   // 31
 
-  // --- slots 36-40: printing and hierarchy -------------------------------------------------------
+  // --- slots 36-40: printing and hierarchy ---
   void print(int indent) override;                        // 36
   void print(std::ostream& stream, int indent) override;  // 37
 
@@ -97,14 +97,14 @@ class CORVANE_API StringReferenceData final : public MessageDataObj {
   bool set_length(std::uint64_t n);
   std::uint64_t length() const { return d_text.size(); }
 
-  // --- slots 21-28: elements and values ----------------------------------------------------------
+  // --- slots 21-28: elements and values ---
   void* data() override { return d_text.data(); }  // 22
 
-  // --- slots 29-35: storage ----------------------------------------------------------------------
+  // --- slots 29-35: storage ---
   std::uint64_t size_bytes() const override { return length(); }  // 30
   bool fits(std::uint64_t n) override { return set_length(n); }   // 31
 
-  // --- slots 36-40: printing and hierarchy -------------------------------------------------------
+  // --- slots 36-40: printing and hierarchy ---
   void print(int indent) override;                        // 36
   void print(std::ostream& stream, int indent) override;  // 37
 

@@ -41,14 +41,12 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   DataObj(const DataObj& other);
   DataObj& operator=(const DataObj&) = delete;
 
-  // --- slots 0-2: life and size
-  // ---------------------------------------------------------------------------------------------------
+  // --- slots 0-2: life and size ---
   virtual ~DataObj();                  // 0
   virtual std::uint64_t size() const;  // 1: elements or rows; 0
   virtual void refresh();              // 2: hook: parts were changed from outside; does nothing
 
-  // --- slots 3-8: slicing and selecting
-  // -------------------------------------------------------------------------------------------
+  // --- slots 3-8: slicing and selecting ---
   virtual std::shared_ptr<DataObj> slice(std::uint64_t first, std::uint64_t count);  // 3: view of a range; stub
   virtual std::shared_ptr<DataObj> copy(std::uint64_t first, std::uint64_t count);   // 4: owned copy of a range; stub
   virtual bool is_composite() const;                                                 // 5: from the schema's kind word
@@ -57,8 +55,7 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   virtual std::shared_ptr<DataObj> select(const std::shared_ptr<DataObj>& ids);   // 7: ids as a data object; stub
   virtual std::shared_ptr<DataObj> select(const std::vector<std::int32_t>& ids);  // 8: stub
 
-  // --- slots 9-16: building
-  // -------------------------------------------------------------------------------------------------------
+  // --- slots 9-16: building ---
   virtual void add_field(const std::string& name, std::shared_ptr<Schema> schema);  // 9: throws
   virtual void add_field(const std::string& name, std::shared_ptr<DataObj> data);   // 10: throws
   virtual void set_field(const std::string& name, std::shared_ptr<DataObj> data);   // 11: replaces a child; stub
@@ -69,15 +66,13 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   virtual void set_field(const std::string& name, const std::vector<std::string>& texts);  // 15: stub
   virtual void concat(const DataObj& other);                                               // 16: throws
 
-  // --- slots 17-20: children and ids
-  // ----------------------------------------------------------------------------------------------
+  // --- slots 17-20: children and ids ---
   virtual std::shared_ptr<DataObj> child(const std::string& name);          // 17: by path; "" is this object; throws
   virtual std::shared_ptr<DataObj> field(std::int64_t index);               // 18: stub
   virtual const std::vector<std::shared_ptr<DataObj>>& field_data() const;  // 19: all children; throws
   virtual std::vector<std::int32_t> to_id_vector() const;                   // 20: throws
 
-  // --- slots 21-28: elements and values
-  // -------------------------------------------------------------------------------------------
+  // --- slots 21-28: elements and values ---
   virtual void* address(int index);                        // 21: of one element; stub
   virtual void* data();                                    // 22: first byte; stub
   virtual void set(int index, const GenericValue& value);  // 23: one element; stub
@@ -87,8 +82,7 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   virtual void push_back(const GenericValue& value);       // 27: stub
   virtual void reserved_28();                              // 28: stub
 
-  // --- slots 29-35: storage
-  // -------------------------------------------------------------------------------------------------------
+  // --- slots 29-35: storage ---
   /// Appends the objects whose memory a message carries for this object: writer and reader use the same list. Their
   /// number and order depend on the schema alone.
   virtual void vectorize(FrameList& frames, std::shared_ptr<DataObj> self);  // 29: itself
@@ -100,8 +94,7 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   virtual void on_access();                 // 34: hook of typed child access; does nothing
   virtual void reset();                     // 35: empties an array; does nothing
 
-  // --- slots 36-40: printing and hierarchy
-  // ----------------------------------------------------------------------------------------
+  // --- slots 36-40: printing and hierarchy ---
   virtual void print(int indent);                        // 36: to standard output
   virtual void print(std::ostream& stream, int indent);  // 37: forwards to slot 36
   virtual void reserved_38();                            // 38: does nothing
@@ -112,8 +105,7 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
                                         const std::shared_ptr<DataObj>& parent);  // 39
   virtual void on_attached(std::shared_ptr<DataObj> root);  // 40: hook: the tree under `root` is complete; does nothing
 
-  // --- not virtual
-  // ----------------------------------------------------------------------------------------------------------------
+  // --- not virtual ---
   const std::shared_ptr<Schema>& schema() const { return d_schema; }
   const std::shared_ptr<DataObj>& parent() const { return d_parent; }
   /// The name of the schema's element type.

@@ -26,8 +26,7 @@ struct SchemaTable;
 
 class CORVANE_API Schema {
  public:
-  // --- slots, in order
-  // ------------------------------------------------------------------------------------------------------------
+  // --- slots, in order ---
   /// Copies everything but the flattened form into `target`, or into a new schema of this class when `target` is empty;
   /// field schemas are shared. Returns the target.
   virtual std::shared_ptr<Schema> clone(std::shared_ptr<Schema> target) const;  // 0
@@ -44,8 +43,7 @@ class CORVANE_API Schema {
   virtual std::uint32_t deserialize(SchemaTableReader& reader, const SchemaHeader& header);  // 8
   virtual std::shared_ptr<Schema> create() const;                                            // 9: a new, empty schema
 
-  // --- not virtual
-  // ----------------------------------------------------------------------------------------------------------------
+  // --- not virtual ---
   /// Name "", element type void, kind 0, no fields, no factory.
   Schema();
   Schema(SharedText name, SharedText type_name, std::uint32_t kind, std::shared_ptr<DataFactory> factory);

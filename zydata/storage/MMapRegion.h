@@ -45,8 +45,7 @@ class CORVANE_API MMapRegion : public VStorageBase {
   /// True when the file ends with the region, so that the region can grow.
   bool reaches_end() const { return d_reaches_end; }
 
-  // --- slots
-  // ----------------------------------------------------------------------------------------------------------------------
+  // --- slots ---
   std::uint64_t element_size() const override { return d_unit; }                               // 1
   std::pair<std::uint64_t, std::uint64_t> window() const override { return {0, kWholeFile}; }  // 2: none of its own
   std::uint64_t set_window(std::uint64_t, std::uint64_t) override { return 0; }                // 3
@@ -63,7 +62,7 @@ class CORVANE_API MMapRegion : public VStorageBase {
   bool in_process_memory() const override { return false; }                                 // 14
   ~MMapRegion() override;                                                                   // 15: closes quietly
 
-  // --- what a vector of stored elements asks for
+  // --- what a vector of stored elements asks for ---
   /// The file is one that a message refers to: it is opened as VMMap opens such files.
   void refer_to(std::string file_name, std::uint64_t first, std::uint64_t length);
   bool is_referenced() const { return d_referenced; }

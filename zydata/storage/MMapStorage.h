@@ -46,8 +46,7 @@ class CORVANE_API VMMap : public VStorageBase {
   VMMap& operator=(const VMMap&) = delete;
   VMMap& operator=(VMMap&&) = delete;
 
-  // --- slots
-  // ----------------------------------------------------------------------------------------------------------------------
+  // --- slots ---
   std::uint64_t element_size() const override { return d_extent.element_size; }              // 1
   std::pair<std::uint64_t, std::uint64_t> window() const override;                           // 2
   std::uint64_t set_window(std::uint64_t first, std::uint64_t last) override;                // 3
@@ -69,8 +68,7 @@ class CORVANE_API VMMap : public VStorageBase {
   bool in_process_memory() const override { return false; }                      // 14
   ~VMMap() override;                                                             // 15: closes quietly
 
-  // --- not virtual
-  // ----------------------------------------------------------------------------------------------------------------
+  // --- not virtual ---
   const std::string& file_name() const { return d_file_name; }
   bool keeps_contents() const { return d_keep_contents; }
   bool is_open() const { return d_file.is_open(); }
@@ -82,7 +80,7 @@ class CORVANE_API VMMap : public VStorageBase {
   /// True when element `index` lies in the window and, while a part of the file is mapped, not outside that part.
   bool contains(std::uint64_t index) const { return index - d_first_inside < d_inside; }
 
-  // --- what a vector of loaded elements asks for
+  // --- what a vector of loaded elements asks for ---
   /// Turns a storage that has opened nothing into one whose name and window come from a message.
   void await_reference() { d_referenced = d_pending = true; }
   /// Throws Util::Error when what the message brought is no extent of elements of `element_size` bytes.

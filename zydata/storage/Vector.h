@@ -205,7 +205,7 @@ class Vector final : public VectorBase {
     return first;
   }
 
-  // --- elements that a message refers to
+  // --- elements that a message refers to ---
   bool pending() const {
     if constexpr (S::kMapped) return d_storage.pending();
     return false;

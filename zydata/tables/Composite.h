@@ -16,8 +16,7 @@ class CORVANE_API Composite : public DataObj {
  public:
   using DataObj::print;
 
-  // --- slots 9-15: building. A failed call changes nothing
-  // --------------------------------------------------------------------------
+  // --- slots 9-15: building. A failed call changes nothing ---
   /// Adds a new, empty child. A declared class schema becomes a frame of its rows.
   void add_field(const std::string& name, std::shared_ptr<Schema> schema) override;  // 9
   /// Adds an existing object as a child; its schema enters this object's schema. An object of another name gets a copy
@@ -31,15 +30,13 @@ class CORVANE_API Composite : public DataObj {
   void set_field(const std::string& name, std::string_view text) override;                  // 14
   void set_field(const std::string& name, const std::vector<std::string>& texts) override;  // 15
 
-  // --- slots 17-19: children
-  // --------------------------------------------------------------------------------------------------------
+  // --- slots 17-19: children ---
   std::shared_ptr<DataObj> child(const std::string& name) override;  // 17
   /// Deliberate: an index equal to the number of children passes the check and yields an empty pointer.
   std::shared_ptr<DataObj> field(std::int64_t index) override;                                     // 18
   const std::vector<std::shared_ptr<DataObj>>& field_data() const override { return d_children; }  // 19
 
-  // --- storage and hierarchy
-  // --------------------------------------------------------------------------------------------------------
+  // --- storage and hierarchy ---
   void finish() override;  // 32
   void build_traverse_hierarchy(const std::shared_ptr<DataObj>& self,
                                 const std::shared_ptr<DataObj>& parent) override;  // 39

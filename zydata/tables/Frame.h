@@ -20,8 +20,7 @@ class CORVANE_API FrameBase : public Composite {
   using DataObj::print;
   using DataObj::select;
 
-  // --- slots
-  // ----------------------------------------------------------------------------------------------------------------------
+  // --- slots ---
   std::uint64_t size() const override { return d_rows; }  // 1: rows
   /// Takes the row count over from the columns, after they were changed one by one. Throws Util::Error when they
   /// differ.
@@ -40,8 +39,7 @@ class CORVANE_API FrameBase : public Composite {
   void print(int indent) override;                        // 36
   void print(std::ostream& stream, int indent) override;  // 37
 
-  // --- rows
-  // -----------------------------------------------------------------------------------------------------------------------
+  // --- rows ---
   /// For a writer that appends to the columns itself. Throws Util::Error for a slice, and for a table, loaded from a
   /// file, that has no place for a member of its structure.
   void check_takes_structures() const;

@@ -188,7 +188,7 @@ TEST(LayoutBuilder, PadsWithoutCopperHoleOrNumberAreCounted) {
   EXPECT_EQ(layout.circuits[0]->option(), 1) << "on the bottom";
 }
 
-// --- comparison and panels ------------------------------------------------------
+// --- comparison and panels ---
 
 // One object of each kind, `change` of whose properties differs from those of sample(0); traces as a database gives
 // them back.

@@ -26,7 +26,7 @@ std::string shared_boards() {
 
 const std::string kDemos = "/usr/share/kicad/demos";
 
-// --- counted boards -------------------------------------------------------------
+// --- counted boards ---
 
 struct Sums {
   std::int64_t pad_x = 0, pad_y = 0, via_drill = 0, fill_x = 0, fill_y = 0;  // nm
@@ -188,7 +188,7 @@ TEST(CountedBoards, HoldWhatAnIndependentCounterFound) {
   }
 }
 
-// --- boards without figures -----------------------------------------------------
+// --- boards without figures ---
 
 // Ids are positions, references stay in the layout, outlines are whole.
 void check_consistency(const Layout& layout) {

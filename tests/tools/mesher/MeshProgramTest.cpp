@@ -100,7 +100,7 @@ TEST(MeshBoard, AFailureLeavesAnEarlierMeshAndNothingElse) {
   EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 3);
 }
 
-// --- the programs ---------------------------------------------------------------
+// --- the programs ---
 
 struct ProgramRun {
   int status;

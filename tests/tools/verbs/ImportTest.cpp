@@ -111,7 +111,7 @@ TEST(Import, RefusesPlacesThatCannotHoldADatabase) {
   EXPECT_EQ(files_in(folder.path()).size(), 2u);
 }
 
-// --- the program ----------------------------------------------------------------
+// --- the program ---
 
 TEST(Program, ImportsUnderTheBoardsName) {
   const TempDir folder;

@@ -47,7 +47,7 @@ TEST(TextHash, IsTheOneThatStoredTablesDependOn) {
   EXPECT_EQ(Util::text_hash("pinch", 3), hash("pin"));
 }
 
-// --- dictionaries ------------------------------------------------------------
+// --- dictionaries ---
 
 TEST(Dict, AgreesWithAMapOverRandomInsertionsAndRemovals) {
   std::mt19937 random(7);
@@ -134,7 +134,7 @@ TEST_P(DictPrint, ShowsFourteenEntriesAtMost) {
 
 INSTANTIATE_TEST_SUITE_P(Sizes, DictPrint, testing::Values(0, 1, 2, 13, 14, 15, 16, 40));
 
-// --- sparse arrays -----------------------------------------------------------
+// --- sparse arrays ---
 
 TEST(SparseArray, AgreesWithAMapOverRandomInsertionsAndRemovals) {
   std::mt19937 random(11);
@@ -194,7 +194,7 @@ TEST(SparseArray, PrintsTheIndicesThatItShows) {
                 "18:324 19:361 ]\n");
 }
 
-// --- searchable string arrays ------------------------------------------------
+// --- searchable string arrays ---
 
 TEST(SearchableStringArray, FindsTheFirstElementWithAText) {
   const auto array = make_searchable();
@@ -232,7 +232,7 @@ TEST(SearchableStringArray, FollowsEveryKindOfChange) {
   EXPECT_EQ(part->find("p"), -1);
 }
 
-// --- files -------------------------------------------------------------------
+// --- files ---
 
 TEST(KeyedFiles, AViewComesBackWithItsTable) {
   const auto sparse = make_sparse<int>();

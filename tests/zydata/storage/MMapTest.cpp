@@ -83,7 +83,7 @@ std::shared_ptr<MMapArray<T>> mapped(int n, const std::string& file = "") {
   return array;
 }
 
-// --- storage ---------------------------------------------------------------------------------------------------------
+// --- storage ---
 
 class MappedStorage : public InFolder {};
 
@@ -288,7 +288,7 @@ TEST_F(MappedStorage, ANewFileIsForItsOwnerToWrite) {
   EXPECT_EQ(granted & ~(perms::owner_read | perms::owner_write | perms::group_read | perms::others_read), perms::none);
 }
 
-// --- windows ---------------------------------------------------------------------------------------------------------
+// --- windows ---
 
 class MappedWindow : public InFolder {
  protected:
@@ -357,7 +357,7 @@ TEST_F(MappedWindow, MovesWithTheViewOfItsVector) {
   EXPECT_EQ(*array->at(0), element<int>(0));
 }
 
-// --- mapped arrays ---------------------------------------------------------------------------------------------------
+// --- mapped arrays ---
 
 template <class T>
 class MMapArrayOf : public InFolder {};
@@ -505,7 +505,7 @@ TEST_F(MMapArrays, ThatWereClosedStartAnewWithAReset) {
   EXPECT_EQ(content<int>(copy), std::vector<int>{6});
 }
 
-// --- loading ---------------------------------------------------------------------------------------------------------
+// --- loading ---
 
 class LoadedMMapArray : public InFolder {
  protected:
@@ -662,7 +662,7 @@ TEST_F(LoadedMMapArray, HasASchemaThatMakesNoSecondOne) {
   EXPECT_EQ(read_file("a"), bytes_of(elements<int>(0, 3)));
 }
 
-// --- mapped columns --------------------------------------------------------------------------------------------------
+// --- mapped columns ---
 
 struct Point {
   int id = 0;
@@ -756,7 +756,7 @@ TEST_F(MappedColumn, TextsCannotBeMapped) {
   EXPECT_ERROR(schema->vector_form(), "can't vectorize type 0x420 [string mmap]");
 }
 
-// --- mapped variable arrays ------------------------------------------------------------------------------------------
+// --- mapped variable arrays ---
 
 template <class T>
 class MMapVarArrayOf : public InFolder {
@@ -997,7 +997,7 @@ TEST_F(MMapVarArrays, ANameThatAReaderWouldNotFindIsNotStored) {
   EXPECT_EQ(load()->get<MMapVarArray<char>>()->base_name(), "elsewhere");
 }
 
-// --- regions ---------------------------------------------------------------------------------------------------------
+// --- regions ---
 
 class Regions : public InFolder {};
 

@@ -100,7 +100,7 @@ std::string fit_for_a_line(std::string text) {
 
 }  // namespace
 
-// --- the text -----------------------------------------------------------------
+// --- the text ---
 
 SourceText SourceText::read_file(const std::string& path) {
   std::error_code error;
@@ -131,7 +131,7 @@ void SourceText::fail(std::size_t offset, const std::string& what) const {
   throw BoardError(d_name + ":" + place(offset) + ": " + fit_for_a_line(what));
 }
 
-// --- reading ------------------------------------------------------------------
+// --- reading ---
 
 class TreeReader {
  public:
@@ -281,7 +281,7 @@ class TreeReader {
 
 Tree::Tree(const SourceText& text, std::string_view head) : d_text(text) { TreeReader(*this).read(head); }
 
-// --- looking ------------------------------------------------------------------
+// --- looking ---
 
 std::string_view Item::text(std::string& scratch) const {
   if (!d_tree || static_cast<NodeKind>(node().kind) != NodeKind::Escaped) return word();

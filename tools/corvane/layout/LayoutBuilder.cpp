@@ -65,7 +65,7 @@ class LayoutBuilder {
   }
 
  private:
-  // --- vertices: all are found before any object is made, since later items still add roles --------------------------
+  // --- vertices: all are found before any object is made, since later items still add roles ---
 
   void find_vertices() {
     d_vertices.reserve(d_board.tracks.size() + 2 * d_board.vias.size());
@@ -111,7 +111,7 @@ class LayoutBuilder {
     return pad.kind == PadKind::PlatedHole && pad.hole.x > 0 && pad.hole.y > 0;
   }
 
-  // --- objects ----------------------------------------------------------------------------------------------------
+  // --- objects ---
 
   void make_layers() {
     int id = 0;

@@ -76,7 +76,7 @@ class Comparison {
   std::size_t d_row = 0;
 };
 
-// --- one object ---------------------------------------------------------------
+// --- one object ---
 
 void compare(const EM2DLayer& written, const EM2DLayer& read, Comparison& to) {
   to.check("id", written.id(), read.id());
@@ -156,7 +156,7 @@ void compare(const EM2DCircuit& written, const EM2DCircuit& read, Comparison& to
   }
 }
 
-// --- tables -------------------------------------------------------------------
+// --- tables ---
 
 template <class T>
 void compare_table(const char* table, const OwnedList<T>& written, const OwnedList<T>& read, Comparison& to) {

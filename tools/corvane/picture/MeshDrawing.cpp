@@ -50,7 +50,7 @@ class MeshDrawing {
     for (std::size_t i = 0; i < x.size(); ++i) d_places.push_back(drawn_point(x[i], y[i], d_node_table.row_name(i)));
   }
 
-  // --- references -------------------------------------------------------------------------------------------------
+  // --- references ---
 
   // Rows of the mesh's layers; remembers what layout layers they stand for.
   std::vector<int> layers_of(const MeshTable& table) {
@@ -95,7 +95,7 @@ class MeshDrawing {
     return outline;
   }
 
-  // --- elements ---------------------------------------------------------------------------------------------------
+  // --- elements ---
 
   void draw_polygons(MeshNets& nets) {
     const MeshTable table(d_record, "meshpolygon");

@@ -69,7 +69,7 @@ class ItemWriter {
     return items.tracks[line.width];
   }
 
-  // --- lengths in micrometres -----------------------------------------------------------------------------------
+  // --- lengths in micrometres ---
 
   double from_pixels(double pixels) const { return pixels / d_scale; }
 
@@ -89,7 +89,7 @@ class ItemWriter {
     return from_pixels(std::clamp(side * 0.08, 0.12, 0.9));
   }
 
-  // --- groups -----------------------------------------------------------------------------------------------------
+  // --- groups ---
 
   void write_layer(int layer, const PaintedLayer& painted, bool is_one_of_many) {
     const std::string name = layer < 0 ? "no layer" : d_drawing.layers[static_cast<std::size_t>(layer)];

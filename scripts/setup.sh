@@ -5,7 +5,11 @@
 #   scripts/setup.sh --ci        also the second compiler and the checkers
 #   scripts/setup.sh --coverage  also what counts executed lines
 #   scripts/setup.sh --demo      also real circuit boards for the demo
+#   scripts/setup.sh --fresh     also what makes a bare Debian to try everything in
+#
+# What the package manager says goes to build/setup.log.
 set -euo pipefail
+cd "$(dirname "$0")/.."
 
 packages=(g++ cmake ninja-build libgtest-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libcgal-dev
           librsvg2-bin python3)
@@ -14,6 +18,7 @@ for option in "$@"; do
     --ci) packages+=(clang clang-format clang-tidy libclang-rt-14-dev) ;;
     --coverage) packages+=(gcovr) ;;
     --demo) packages+=(kicad-demos) ;;
+    --fresh) packages+=(debootstrap git) ;;
     *)
       echo "setup: unknown option $option" >&2
       exit 2
@@ -42,15 +47,18 @@ else
   exit 1
 fi
 
+log=build/setup.log
+mkdir -p build
+: >"$log"
 install_missing() {
-  "${as_root[@]}" DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+  "${as_root[@]}" DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}" >>"$log" 2>&1
 }
+update_lists() { "${as_root[@]}" apt-get update -q >>"$log" 2>&1; }
 
 echo "setup: installing ${missing[*]}"
 # The package lists are fetched only when those at hand do not do.
-if ! install_missing; then
-  "${as_root[@]}" apt-get update -q && install_missing || {
-    echo "setup: could not install: ${missing[*]}" >&2
-    exit 1
-  }
+if ! install_missing && ! { update_lists && install_missing; }; then
+  tail -n 20 "$log" >&2
+  echo "setup: could not install: ${missing[*]} (see $log)" >&2
+  exit 1
 fi

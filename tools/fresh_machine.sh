@@ -23,7 +23,7 @@ mirror=$(apt-get indextargets --format '$(CODENAME) $(REPO_URI)' 'Created-By: Pa
 
 root=$(mktemp -d /var/tmp/fresh_machine.XXXXXX)
 clean_up() {
-  umount -l "$root/proc" "$root/dev" 2>/dev/null || true
+  umount -l "$root/proc" "$root/dev" "$root" 2>/dev/null || true
   rm -rf --one-file-system "$root"
 }
 trap clean_up EXIT
@@ -36,7 +36,8 @@ debootstrap --variant=minbase bookworm "$root" "$mirror" >"$root.log" 2>&1 || {
   cannot "debootstrap failed"
 }
 rm -f "$root.log"
-mount -t proc proc "$root/proc" && mount --bind /dev "$root/dev" || cannot "may not mount"
+chmod 755 "$root"  # other users may enter
+mount --bind "$root" "$root" && mount -t proc proc "$root/proc" && mount --bind /dev "$root/dev" || cannot "may not mount"
 # The sources and settings of this machine's package manager, and its names of hosts.
 for kept in /etc/apt/sources.list /etc/apt/sources.list.d /etc/apt/apt.conf.d /etc/apt/auth.conf.d /etc/resolv.conf /etc/hosts; do
   [ ! -e "$kept" ] || cp -rL "$kept" "$root$(dirname "$kept")/"

@@ -5,6 +5,8 @@
 // the following one. What an entry holds besides, and how it is hashed and compared, is the user's.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <vector>
@@ -29,7 +31,7 @@ constexpr std::uint64_t index_hash(std::int32_t index) {
   return (std::uint64_t{static_cast<std::uint32_t>(index)} * 0x9e3779b97f4a7c15U) >> 32;
 }
 
-/// Buckets and Entries are sequences with size(), operator[], resize(n, value), truncate(n) and
+/// Buckets and Entries are sequences with size(), data(), operator[], resize(n, value), truncate(n) and
 /// append_for_overwrite(n); an entry has a member `next`. The number of buckets is 0 for a table that never had an
 /// entry, else any number; growth doubles it.
 template <class Buckets, class Entries>
@@ -133,20 +135,26 @@ class HashBase {
   }
 
   /// True when each live entry is followed by the one before it in its chain, and each bucket holds the last of its
-  /// chain: then all links are sound. Passes over the entries in their order.
+  /// chain: then all links are sound. Passes over the entries in their order, and asks for the buckets of a block of
+  /// them before it looks at the first.
   template <class HashOf>
   bool leads_backwards(HashOf&& hash_of) const {
+    constexpr std::uint64_t kBlock = 32;
+    std::array<std::int32_t*, kBlock> before{};
     std::vector<std::int32_t> last(buckets.size(), kChainEnd);
-    for (std::uint64_t i = 0; i < entries.size(); ++i) {
-      if (!is_live(i)) continue;
-      std::int32_t& before = last[bucket_of(hash_of(entries[i]))];
-      if (entries[i].next != before) return false;
-      before = static_cast<std::int32_t>(i);
+    for (std::uint64_t first = 0; first < entries.size(); first += kBlock) {
+      const std::uint64_t end = std::min(first + kBlock, entries.size());
+      for (std::uint64_t i = first; i < end; ++i) {
+        before[i - first] = is_live(i) ? &last[bucket_of(hash_of(entries[i]))] : nullptr;
+        __builtin_prefetch(before[i - first], 1);
+      }
+      for (std::uint64_t i = first; i < end; ++i) {
+        if (before[i - first] == nullptr) continue;
+        if (entries[i].next != *before[i - first]) return false;
+        *before[i - first] = static_cast<std::int32_t>(i);
+      }
     }
-    for (std::uint64_t b = 0; b < buckets.size(); ++b) {
-      if (buckets[b] != last[b]) return false;
-    }
-    return true;
+    return std::equal(last.begin(), last.end(), buckets.data());
   }
 
   /// The same for chains in any order: walks each of them.

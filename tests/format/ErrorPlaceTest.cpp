@@ -115,7 +115,9 @@ TEST(ErrorPlace, IsWhereTheLoadWentWrong) {
 }
 
 // Behind an object of each kind: what it has of storage frames decides where the damaged column lies.
-TEST(ErrorPlace, CountsTheFramesOfEveryKind) {
+using ErrorPlaceInFolder = TestSupport::InFolder;
+
+TEST_F(ErrorPlaceInFolder, CountsTheFramesOfEveryKind) {
   using namespace ZyData;
   const std::string number = "int", text = "const char*", untyped = "ZyData::UntypedClass";
   const std::vector<std::pair<std::string, std::uint32_t>> kinds = {

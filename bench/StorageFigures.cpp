@@ -19,10 +19,12 @@
 #include "bench/Figure.h"
 #include "bench/Memory.h"
 #include "bench/Report.h"
+#include "mpsys/FileConnection.h"
 #include "util/HashBase.h"
 #include "zydata/arrays/MMapArray.h"
 #include "zydata/arrays/MMapVarArray.h"
 #include "zydata/keyed/Dict.h"
+#include "zydata/message/serialize.h"
 #include "zydata/tables/Factories.h"
 
 namespace CorvaneBench {
@@ -164,6 +166,27 @@ std::function<Sample()> look_up_keys(std::shared_ptr<Keys> keys) {
   };
 }
 
+/// A dictionary that comes from a file, against one that is filled key by key.
+std::function<Sample()> load_keys(const std::string& file, const std::shared_ptr<Keys>& keys) {
+  MPSys::FileConnection output(file.c_str(), MPSys::FileMode::writing);
+  sendDataObject(output, make_dictionary(*keys));
+  output.close();
+  return [file, keys] {
+    std::shared_ptr<DataObj> loaded;
+    std::unique_ptr<Dict<int>> built;
+    const auto load = [&] {
+      MPSys::FileConnection input(file.c_str(), MPSys::FileMode::reading);
+      receiveDataObject(input, loaded);
+    };
+    const auto release = [&] {
+      loaded->clear_hierarchy();
+      loaded.reset();
+    };
+    return race({nothing, load, release}, {nothing, [&] { built = make_dictionary(*keys); }, [&] { built.reset(); }},
+                keys->size() * 160);
+  };
+}
+
 template <class Make>
 double bytes_of(Make make) {
   ::malloc_trim(0);
@@ -200,6 +223,8 @@ void register_storage_figures(const std::string& folder, std::size_t elements, s
     const std::string dictionary = std::string("dictionary, ") + name;
     add(dictionary + "/insert", 1.3, true, of_keys(insert_keys));
     add(dictionary + "/look-up", 1.3, true, of_keys(look_up_keys));
+    add(dictionary + "/load : build", 0.25, true,
+        [=, prefix = prefix] { return load_keys(folder + "/d", make_keys(prefix, elements)); });
     add(dictionary + "/memory", 1.0 / 3, false, of_keys(table_memory));
   }
 }

@@ -64,7 +64,7 @@ void show(const std::string& path) {
 }
 
 int main() {
-  register_type<State>();  // before anything of these types is loaded
+  register_type<State>();  // before anything of these types is built, stored or loaded
   register_class_type<Reading>();
   save("plant.zydat");
   show("plant.zydat");

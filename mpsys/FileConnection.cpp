@@ -26,7 +26,7 @@ struct Header {
   std::uint32_t tag = 0;
   std::uint32_t flags = 0;
 };
-static_assert(sizeof(Header) == kHeaderBytes);
+static_assert(sizeof(Header) == 12);
 
 // --- sending ---
 
@@ -98,11 +98,12 @@ bool FileConnectionBase<Stream>::send(const Message& message, std::uint32_t /*fl
 template <class Stream>
 bool FileConnectionBase<Stream>::receive(Message& message, std::int32_t* sender, std::int32_t timeoutMs) {
   if (sender != nullptr) *sender = 0;
+  const std::uint64_t message_start = d_stream.bytesRead();
   try {
     return receive_message(message, timeoutMs);
   } catch (Util::Error& error) {
     error.set_file(name());
-    if (!error.offset()) error.set_offset(0);
+    if (!error.offset()) error.set_offset(message_start);
     throw;
   }
 }

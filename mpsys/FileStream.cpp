@@ -74,9 +74,10 @@ std::int64_t VFileStream::bytesToEnd() const { return Util::platform().bytes_to_
 
 template <class Call>
 std::int64_t VFileStream::readInTime(Call call) {
-  const std::int64_t moved = read_once(call);
-  if (moved != 0 || d_timeout < 1 || !waitReadable()) return moved;
-  return read_once(call);
+  std::int64_t moved = read_once(call);
+  if (moved == 0 && d_timeout >= 1 && waitReadable()) moved = read_once(call);
+  if (moved > 0) d_bytesRead += static_cast<std::uint64_t>(moved);
+  return moved;
 }
 
 bool VFileStream::waitReadable() const {

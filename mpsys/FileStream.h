@@ -44,6 +44,8 @@ class CORVANE_API VFileStream {
   std::int64_t write(const void* bytes, std::size_t size, std::uint8_t flags);
   std::int64_t writeGathered(const Util::IoBuffer* buffers, std::size_t count, std::uint8_t flags);
 
+  /// Bytes that all reads so far have moved.
+  std::uint64_t bytesRead() const { return d_bytesRead; }
   /// Bytes from here to the end of a regular file; -1 when that cannot be known.
   std::int64_t bytesToEnd() const;
 
@@ -63,6 +65,7 @@ class CORVANE_API VFileStream {
   std::uint8_t d_blocking = 1;  // the mode that was last asked for
   std::int32_t d_timeout = -1;  // milliseconds; negative: no limit
   std::string d_fileName;       // as given
+  std::uint64_t d_bytesRead = 0;
 };
 
 }  // namespace MPSys

@@ -53,7 +53,8 @@ void prepare_frame(std::size_t index, DataObj& frame, std::uint64_t size, int er
 /// Reads what follows the header, part after part, and keeps count of the bytes that the file still has.
 class FrameReader {
  public:
-  explicit FrameReader(VFileStream& stream) : d_stream(stream), d_remaining(stream.bytesToEnd()) {}
+  explicit FrameReader(VFileStream& stream)
+      : d_stream(stream), d_remaining(stream.bytesToEnd()), d_position(stream.bytesRead()) {}
 
   /// Bytes from the file's start to the part that comes next.
   std::uint64_t position() const { return d_position; }
@@ -77,7 +78,7 @@ class FrameReader {
 
   VFileStream& d_stream;
   std::int64_t d_remaining;  // bytes; -1: not known, because the stream is no regular file
-  std::uint64_t d_position = kHeaderBytes;
+  std::uint64_t d_position;  // bytes from the file's start
 };
 
 void FrameReader::checkTableFits(std::uint32_t frameCount) const {

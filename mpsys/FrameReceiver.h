@@ -25,8 +25,6 @@ void locate_frame(Util::Error& error, const DataObj& object, std::size_t frame);
 
 namespace MPSys {
 
-inline constexpr std::uint64_t kHeaderBytes = 12;
-
 /// Fills a message with `frameCount` frames from a stream that stands behind the header. Throws Util::Error, which says
 /// where in the file; memory is taken only for what a regular file still has.
 void receive_frames(VFileStream& stream, std::uint32_t frameCount, bool isData, Message& message);

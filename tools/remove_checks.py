@@ -4,8 +4,9 @@
     tools/remove_checks.py [--list] [--jobs N] [NUMBER...]
 
 In a copy of the sources in build/checks every check gets a number: an `if` that leads to a throw, to the answer false or
-around a throw, and a call of a function named check_... as a statement of its own. An environment variable switches one
-of them off, so one build does for all. Checks whose loss no test notices are tried again under AddressSanitizer and
+around a throw, a call of a function named check_... as a statement of its own, and each operand of a condition that is
+put together with && or ||, be it that of such an `if`, a result or what a variable gets. An environment variable
+switches one of them off, so one build does for all. Checks whose loss no test notices are tried again under AddressSanitizer and
 UBSan; the exit status is 1 when some are left. A hang counts as a failure. Takes about an hour on two cores.
 """
 import argparse
@@ -42,6 +43,7 @@ IF = re.compile(r"\bif\s*\(")
 LEADS_TO = re.compile(r"\s*(?:\{\s*)?(?:throw\b|throw_\w+\(|return (?:false|fault\())")
 LEADS_AROUND = re.compile(r"\s*return\b[^;{}]*;\s*(?:throw\b|throw_\w+\()")
 DECLARES = re.compile(r"\s*(?:const )?auto\b")
+RESULT = re.compile(r"\breturn\b(?=\s)|(?<!\bconcept) \w+ =(?=\s)|[\])] =(?=\s)")
 CALL = re.compile(r"(?:(?:\w+(?:\(\))?(?:\.|->|::))*)check_\w+\(")
 
 
@@ -59,13 +61,52 @@ def closing(text, start):
     raise ValueError("unbalanced parentheses")
 
 
+def outermost(plain, start, end, words):
+    """The places of any of `words` between `start` and `end`, not counting those in parentheses."""
+    depth, found = 0, []
+    for place in range(start, end):
+        depth += {"(": 1, "[": 1, "{": 1, ")": -1, "]": -1, "}": -1}.get(plain[place], 0)
+        if depth < 0:
+            return found
+        if depth == 0 and plain.startswith(words, place, end):
+            found.append(place)
+    return found
+
+
+def find_operands(text, plain, start, end):
+    """Insertions that let one operand of the condition in text[start:end] do nothing, and those within operands."""
+    start, end = end - len(text[start:end].lstrip()), start + len(text[start:end].rstrip())
+    if plain[start] == "(" and closing(plain, start) == end - 1:
+        yield from find_operands(text, plain, start + 1, end - 1)
+        return
+    choices = [place for place in outermost(plain, start, end, ("?", ":")) if "::" not in plain[place - 1:place + 2]]
+    if choices:
+        for first, last in zip([start] + [place + 1 for place in choices], choices + [end]):
+            yield from find_operands(text, plain, first, last)
+        return
+    for operator, replacement in (("||", ") && !corvane_check_removed({}))"), ("&&", ") || corvane_check_removed({}))")):
+        places = outermost(plain, start, end, (operator,))
+        for first, last in zip([start] + [place + 2 for place in places], places + [end]) if places else ():
+            first, last = last - len(text[first:last].lstrip()), first + len(text[first:last].rstrip())
+            yield first, "((", first, last, replacement, last
+            yield from find_operands(text, plain, first, last)
+        if places:
+            return
+
+
 def find_checks(text):
     """Insertions (place, text before, end, text after) in `text`, with {} for a number."""
     plain = without_literals(text)
+    for match in RESULT.finditer(plain):
+        ends = outermost(plain, match.end(), len(plain), (";",))
+        if ends:
+            yield from find_operands(text, plain, match.end(), ends[0])
     for match in IF.finditer(plain):
         start, end = match.end() - 1, closing(plain, match.end() - 1)
         if ";" in plain[start:end] or DECLARES.match(plain, start + 1):
             continue
+        if LEADS_TO.match(plain, end + 1) or LEADS_AROUND.match(plain, end + 1):
+            yield from find_operands(text, plain, start + 1, end)
         if LEADS_TO.match(plain, end + 1):
             yield start, "((", start + 1, end, ") && !corvane_check_removed({}))", end + 1
         elif LEADS_AROUND.match(plain, end + 1):
@@ -91,7 +132,7 @@ def number_checks():
         edits = []
         for start, before, inner, end, after, rest in sorted(find_checks(text)):
             number = len(checks)
-            checks.append((name, text.count("\n", 0, start) + 1, " ".join(text[start:end + 1].split())))
+            checks.append((name, text.count("\n", 0, start) + 1, " ".join(text[start:rest].split())))
             edits += [(start, inner, before.format(number)), (end, rest, after.format(number))]
         for start, end, replacement in sorted(edits, reverse=True):
             text = text[:start] + replacement + text[end:]

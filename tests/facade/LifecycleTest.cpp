@@ -353,8 +353,11 @@ TEST_F(Database, DoesNotCutAGoodFileForATreeThatCannotBeStored) {
   const std::string before = read_file(file("a"));
   DBZydata db(d_folder);
   ASSERT_TRUE(db.openem(true, "a"));
-  currentRoot->schema->set_name(std::string(65536, 'n'));
-  EXPECT_ERROR(db.save("a"), "a schema text of 65536 bytes is longer than 65535 bytes");
+  const auto open = currentRoot->tree;
+  EXPECT_ERROR(db.openem(false, std::string(65536, 'n')), "a schema text of 65536 bytes is longer than 65535 bytes");
+  EXPECT_EQ(currentRoot->tree, open);
+  currentRoot->schema->add_field(std::make_shared<ZyData::Schema>("x", "int", 0U, nullptr));
+  EXPECT_ERROR(db.save("a"), "schema \"x\" has no data factory and can't be stored");
   EXPECT_EQ(read_file(file("a")), before);
 }
 

@@ -4,11 +4,14 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/format/Load.h"
+#include "tests/support/TestObjects.h"
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
+#include "zydata/schema/DataFactory.h"
 
 namespace {
 
@@ -77,44 +80,76 @@ const std::vector<Case>& cases() {
   return all;
 }
 
+std::optional<Util::Error> error_of(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const Util::Error& error) {
+    return error;  // a copy keeps the place
+  }
+  return std::nullopt;
+}
+
 TEST(ErrorPlace, IsWhereTheLoadWentWrong) {
   DBZydata db(kMemory);
   const std::string good = TestSupport::read_file(CORVANE_TEST_DATA "/full.zydat");
+  const std::string path = std::string(kMemory) + "/bad.zydat";
   for (const Case& example : cases()) {
     SCOPED_TRACE(example.name);
     file("bad") = good;
     example.damage(file("bad"));
-    std::optional<Util::Error> caught;
-    try {
-      db.openem(true, "bad");
-    } catch (const Util::Error& error) {
-      caught = error;  // a copy keeps the place
+    const std::uint64_t offset = example.offset(good);
+    const auto alone = error_of([&] { db.openem(true, "bad"); });
+    file("bad") = good + file("bad");
+    MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
+    MPSys::Message message;
+    EXPECT_TRUE(connection.receive(message, nullptr, -1));
+    const auto behind_another = error_of([&] { connection.receive(message, nullptr, -1); });
+    for (const auto& [caught, start] : {std::pair(alone, std::size_t{0}), std::pair(behind_another, good.size())}) {
+      ASSERT_TRUE(caught.has_value());
+      EXPECT_EQ(caught->file(), path);
+      EXPECT_EQ(caught->table(), example.table);
+      EXPECT_EQ(caught->column(), example.column);
+      EXPECT_EQ(caught->offset(), start + offset) << caught->what();
     }
-    ASSERT_TRUE(caught.has_value());
-    EXPECT_EQ(caught->file(), std::string(kMemory) + "/bad.zydat");
-    EXPECT_EQ(caught->table(), example.table);
-    EXPECT_EQ(caught->column(), example.column);
-    EXPECT_EQ(caught->offset(), example.offset(good)) << caught->what();
   }
 }
 
-TEST(ErrorPlace, IsEmptyForOtherErrors) {
-  const Util::Error error("no load");
-  EXPECT_EQ(error.file() + error.table() + error.column(), "");
-  EXPECT_FALSE(error.offset().has_value());
+// Behind an object of each kind: what it has of storage frames decides where the damaged column lies.
+using ErrorPlaceInFolder = TestSupport::InFolder;
+
+TEST_F(ErrorPlaceInFolder, CountsTheFramesOfEveryKind) {
+  using namespace ZyData;
+  const std::string number = "int", text = "const char*", untyped = "ZyData::UntypedClass";
+  const std::vector<std::pair<std::string, std::uint32_t>> kinds = {
+      {number, 0},     {number, 0x1}, {number, 0x3}, {number, 0x4},  {number, 0x5},  {number, 0x21}, {number, 0x40},
+      {number, 0x200}, {text, 0x400}, {text, 0x401}, {text, 0x4401}, {untyped, 0x8}, {untyped, 0x10}};
+  const auto runs = make_schema<int>("runs", 0x5);
+  for (const auto& [type, kind] : kinds) {
+    const auto inner = make_frame_schema("inner"), root = make_record_schema("root");
+    inner->add_field(runs);
+    root->add_field(make_schema("before", type, kind));
+    root->add_field(inner);
+    auto frames = TestObjects::stored(root->factory()->create(root));
+    const std::size_t damaged = frames.size() - 2;  // the offsets
+    frames[damaged] = std::string(3, '\1') + std::string(5, '\0');
+    const auto caught = error_of([&] { TestObjects::loaded(frames); });
+    ASSERT_TRUE(caught.has_value()) << kind;
+    EXPECT_EQ(caught->frame() + 3, damaged) << kind;
+    EXPECT_EQ(caught->table() + "." + caught->column(), "inner.runs");
+  }
 }
 
-TEST(ErrorPlace, BelongsToEachCopy) {
+TEST(ErrorPlace, BelongsToEachCopyAndIsEmptyForOtherErrors) {
   Util::Error error("text");
+  EXPECT_EQ(error.file() + error.table() + error.column(), "");
+  EXPECT_FALSE(error.offset().has_value());
   error.enter_field("column", false, 2);
   Util::Error copy = error;
   copy.enter_field("table", true, 3);
-  copy.enter_field("record", true);
   copy.set_offset(7);
-  EXPECT_EQ(copy.table(), "record/table");
+  EXPECT_EQ(copy.table() + "." + copy.column(), "table.column");
   EXPECT_EQ(copy.frame(), 5u);
-  EXPECT_EQ(error.table(), "");
-  EXPECT_EQ(error.column(), "column");
+  EXPECT_EQ(error.table() + "." + error.column(), ".column");
   EXPECT_FALSE(error.offset().has_value());
 }
 

@@ -9,6 +9,7 @@
 #include "tests/facade/Layout.h"
 #include "tests/format/Tree.h"
 #include "tests/support/MemoryPlatform.h"
+#include "util/Assert.h"
 #include "util/Error.h"
 
 namespace TestSupport {
@@ -20,6 +21,26 @@ inline constexpr const char* kMemory = "memory";
 inline std::string& file(const std::string& name) {
   return MemoryPlatform::instance().files[std::string(kMemory) + "/" + name + ".zydat"];
 }
+
+/// Thrown in place of the program's end.
+struct Stopped {
+  std::string expression;
+};
+
+/// While one lives, failed assertions throw Stopped, and what they write is taken.
+class AssertionsThrow {
+ public:
+  AssertionsThrow() {
+    Util::set_assertion_handler([](const char* expression, const char*, int) { throw Stopped{expression}; });
+    testing::internal::CaptureStderr();
+  }
+  ~AssertionsThrow() {
+    testing::internal::GetCapturedStderr();
+    Util::set_assertion_handler(nullptr);
+  }
+  AssertionsThrow(const AssertionsThrow&) = delete;
+  AssertionsThrow& operator=(const AssertionsThrow&) = delete;
+};
 
 /// Runs a read, which may find that a file contradicts itself or names what is not there.
 template <class Read>

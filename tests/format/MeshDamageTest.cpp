@@ -13,7 +13,6 @@
 #include "tests/format/Load.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/TestSupport.h"
-#include "util/Assert.h"
 
 namespace {
 
@@ -23,22 +22,9 @@ using TestSupport::file;
 using TestSupport::is_tried;
 using TestSupport::kMemory;
 
-struct Stopped {};
-
 class MeshDamage : public testing::Test {
  protected:
-  MeshDamage() {
-    Util::set_assertion_handler([](const char* expression, const char*, int) {
-      EXPECT_STREQ(expression, "i < siz");
-      throw Stopped();
-    });
-    testing::internal::CaptureStderr();  // what assertions write
-    d_mesh.addLayer({-1, "kept"});
-  }
-  ~MeshDamage() override {
-    testing::internal::GetCapturedStderr();
-    Util::set_assertion_handler(nullptr);
-  }
+  MeshDamage() { d_mesh.addLayer({-1, "kept"}); }
 
   /// False for a documented error.
   bool reads() {
@@ -46,7 +32,8 @@ class MeshDamage : public testing::Test {
       return d_db.readNegPolyMesh(&d_mesh, nullptr);
     } catch (const Util::Error&) {
     } catch (const MPSys::NonDataMessageException&) {
-    } catch (const Stopped&) {
+    } catch (const TestSupport::Stopped& stopped) {
+      EXPECT_EQ(stopped.expression, "i < siz");
     }
     return false;
   }
@@ -65,6 +52,7 @@ class MeshDamage : public testing::Test {
 
   static constexpr std::uint64_t kMemoryPerRead = 400 * 1024;  // what the schema of a whole file takes is less
 
+  const TestSupport::AssertionsThrow d_assertions;
   DBZydata d_db{kMemory};
   SImesh2D d_mesh;
   std::string d_good = TestSupport::read_file(CORVANE_TEST_DATA "/corvane2d.zydat");

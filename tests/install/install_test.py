@@ -19,6 +19,7 @@ NAMESPACES = "(?:4Util|6ZyData|5MPSys|10Mesh2DPlat)"
 OURS = re.compile(ENTITY + NAMESPACES)
 STANDARD = re.compile(ENTITY + "(?:S[tabsiod]|9__gnu_cxx)")
 HIDDEN = re.compile(ENTITY + f"(?:4Util(?:8Platform|8platform|8IoBuffer)|{NAMESPACES}12_GLOBAL__N_)")
+DECLARED = re.compile(r"^\s*(?:struct|class|enum(?: class)?) +(?:CORVANE_API +)?(\w+)\b(?! *;)", re.M)
 PROMISED = ("4Util5Error", "10Mesh2DPlat8DBZydata", "10Mesh2DPlat11DBInterface", "6ZyData7DataObj")
 
 
@@ -51,6 +52,16 @@ def check_headers(prefix):
     check(not list(prefix.rglob("*.a")), "an archive is installed")
 
 
+def private_types(prefix, sources):
+    """Names of types that only headers declare which are not installed."""
+    include = prefix / "include" / "corvane"
+    installed = "\n".join(path.read_text() for path in include.rglob("*.h"))
+    headers = [path for folder in ("util", "zydata", "mpsys", "facade") for path in (sources / folder).rglob("*.h")]
+    private = [path for path in headers if not (include / path.relative_to(sources)).exists()]
+    names = {name for path in private for name in DECLARED.findall(path.read_text())}
+    return sorted(name for name in names if not re.search(rf"\b{name}\b", installed))
+
+
 def build_and_run_consumer(arguments, prefix, folder):
     build = folder / "consumer"
     include = prefix / "include" / "corvane"
@@ -67,7 +78,7 @@ def build_and_run_consumer(arguments, prefix, folder):
     check((folder / "database" / "board.zydat").is_file(), "the consumer wrote no database")
 
 
-def check_library(arguments, library):
+def check_library(arguments, library, private):
     dynamic = run(arguments.readelf, "-d", library)
     check(f"Library soname: [{arguments.soname}]" in dynamic, f"the soname is not {arguments.soname}")
     if arguments.instrumented:
@@ -79,6 +90,10 @@ def check_library(arguments, library):
     check(not foreign, "exported, but in none of our namespaces:\n  " + "\n  ".join(foreign))
     internal = [name for name in names if HIDDEN.match(name)]
     check(not internal, "internals are exported:\n  " + "\n  ".join(internal))
+    mangled = [f"{len(name)}{name}" for name in private]
+    check(len(mangled) > 20, f"of the private headers' types only these are known: {private}")
+    rows = [name for name in names if any(part in name for part in mangled)]
+    check(not rows, "of types of private headers is exported:\n  " + "\n  ".join(rows))
     for promised in PROMISED:
         check(any(promised in name for name in names), f"nothing of {promised} is exported")
     standard = [name for name in names if not OURS.match(name)]
@@ -87,8 +102,9 @@ def check_library(arguments, library):
 
 def main():
     parser = argparse.ArgumentParser()
-    for name in ("cmake", "build", "consumer", "compiler", "nm", "readelf", "soname"):
+    for name in ("cmake", "build", "compiler", "nm", "readelf", "soname"):
         parser.add_argument(f"--{name}", required=True)
+    parser.add_argument("--consumer", type=pathlib.Path, required=True)
     parser.add_argument("--flags", default="", help="compiler flags that the library was built with")
     parser.add_argument("--instrumented", action="store_true", help="sanitizers or line counts are built in")
     parser.add_argument("--with-tool", action="store_true", help="the program corvane is installed too")
@@ -99,7 +115,7 @@ def main():
         check_headers(prefix)
         library = next(prefix.glob("lib*/**/libcorvane.so"), None)
         check(library is not None, "libcorvane.so is not installed")
-        check_library(arguments, library)
+        check_library(arguments, library, private_types(prefix, arguments.consumer.resolve().parents[2]))
         build_and_run_consumer(arguments, prefix, folder)
         if arguments.with_tool:
             run(prefix / "bin" / "corvane", "info", folder / "database" / "board.zydat")

@@ -7,6 +7,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/TestSupport.h"
@@ -82,51 +83,24 @@ TEST(StringReferenceData, ResizesTheTextThatItStandsForWithinReason) {
   EXPECT_EQ(text.size(), 100u);
 }
 
-struct PrintCase {
-  std::string bytes;
-  int indent;
-  std::string dump;  // without indent and title
-};
-
-TEST(MemoryDataPrint, DumpsBytesUpToTheLimit) {
-  const std::vector<PrintCase> cases = {
-      {"", 0, "[ ]"},
-      {std::string("a ~\0\x1f\x7f\x80\xff", 8), 1, "[ a   ~ 00 1f 7f 80 ff ]"},
-      {"abcdefghijklmn", 2, "[ a b c d e f g h i j k l m n ]"},
-      {"abcdefghijklmno", 10, "[ a b c d e f g h i j k l m n o ]"},
-      {"abcdefghijklmnop", 11, "[ a b c d e f g h i j k l m n o ...]"},
-  };
-  for (const PrintCase& test : cases) {
-    const std::string indent(static_cast<std::size_t>(std::min(test.indent, 10)) * 4, ' ');
-    std::string bytes = test.bytes;
-    StaticMemoryData viewed(bytes.data(), bytes.size(), nullptr);
-    MallocMemoryData owned(nullptr);
-    ASSERT_TRUE(owned.set_length(bytes.size()));
-    std::copy(bytes.begin(), bytes.end(), static_cast<char*>(owned.data()));
-    EXPECT_PRINTS(viewed.print(test.indent), indent + "static memory " + test.dump + "\n");
-    EXPECT_PRINTS(owned.print(test.indent), indent + "dynamic memory " + test.dump + "\n");
-  }
-}
-
-TEST(MemoryDataPrint, WritesToTheGivenStreamOnly) {
+TEST(MemoryDataPrint, NamesTheKindOfMemoryOnTheGivenStream) {
   std::string text = "a/b.mmap";
   StringReferenceData reference(text, nullptr);
   StaticMemoryData viewed(text.data(), 1, nullptr);
   MallocMemoryData owned(nullptr);
-  const std::vector<DataObj*> objects = {&reference, &viewed, &owned};
-  std::ostringstream stream;
-  EXPECT_PRINTS(for (DataObj* object : objects) object->print(stream, 1), "");
-  EXPECT_EQ(stream.str(), "    string reference [a/b.mmap]\n    static memory [ a ]\n    dynamic memory [ ]\n");
-  EXPECT_PRINTS(reference.print(0), "string reference [a/b.mmap]\n");
-}
-
-TEST(RawMemorySchema, IsOneEmptySchemaForAll) {
-  std::string text;
-  EXPECT_EQ(MallocMemoryData(nullptr).schema(), raw_memory_schema());
-  EXPECT_EQ(StaticMemoryData(nullptr, 0, nullptr).schema(), raw_memory_schema());
-  EXPECT_EQ(StringReferenceData(text, nullptr).schema(), raw_memory_schema());
-  EXPECT_EQ(raw_memory_schema()->type_name(), "void");
-  EXPECT_EQ(raw_memory_schema()->kind(), 0u);
+  ASSERT_TRUE(owned.set_length(16));
+  std::fill_n(static_cast<char*>(owned.data()), 16, '\x7f');
+  const std::string dump = "7f 7f 7f 7f 7f 7f 7f 7f 7f 7f 7f 7f 7f 7f 7f ...]\n";
+  const std::vector<std::pair<DataObj*, std::string>> cases = {{&reference, "    string reference [a/b.mmap]\n"},
+                                                               {&viewed, "    static memory [ a ]\n"},
+                                                               {&owned, "    dynamic memory [ " + dump}};
+  for (const auto& [object, printed] : cases) {
+    std::ostringstream stream;
+    EXPECT_PRINTS(object->print(stream, 1), "");
+    EXPECT_EQ(stream.str(), printed);
+    EXPECT_PRINTS(object->print(1), printed);
+    EXPECT_EQ(object->schema(), raw_memory_schema());
+  }
 }
 
 }  // namespace

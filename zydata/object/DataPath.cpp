@@ -33,11 +33,20 @@ std::string_view path_behind(std::string_view name, std::size_t slash) {
 
 }  // namespace
 
+// Both walks are loops: a path from outside may have any number of steps.
 std::shared_ptr<DataObj> DataObj::find_path(std::string_view name) {
-  if (name.empty()) throw Util::Error("a name must be given to DataObj::find_path");
-  if (name.front() == '/') throw Util::Error("only relative names supported by DataObj::find_path");
-  const std::size_t slash = name.find('/');
-  if (slash != std::string_view::npos) return find_path(name.substr(0, slash))->find_path(path_behind(name, slash));
+  std::shared_ptr<DataObj> found;
+  for (DataObj* at = this;; at = found.get()) {
+    if (name.empty()) throw Util::Error("a name must be given to DataObj::find_path");
+    if (name.front() == '/') throw Util::Error("only relative names supported by DataObj::find_path");
+    const std::size_t slash = name.find('/');
+    found = at->step(name.substr(0, slash));
+    if (slash == std::string_view::npos) return found;
+    name = path_behind(name, slash);
+  }
+}
+
+std::shared_ptr<DataObj> DataObj::step(std::string_view name) {
   if (name == "..") {
     if (d_parent != nullptr) return d_parent;
     throw Util::Error("relative path \"..\" only possible after call to 'build_traverse_hierarchy'");
@@ -48,18 +57,24 @@ std::shared_ptr<DataObj> DataObj::find_path(std::string_view name) {
 }
 
 std::shared_ptr<DataObj> DataObj::find_path_or_null(std::string_view name) {
-  if (name.empty()) throw Util::Error("a name must be given (after final '/')");
-  if (name.front() == '/') throw Util::Error("only relative path names supported");
-  const std::size_t slash = name.find('/');
-  if (slash != std::string_view::npos) {
-    const std::shared_ptr<DataObj> head = find_path_or_null(name.substr(0, slash));
-    return head == nullptr ? nullptr : head->find_path_or_null(path_behind(name, slash));
+  std::shared_ptr<DataObj> found;
+  for (DataObj* at = this;; at = found.get()) {
+    if (name.empty()) throw Util::Error("a name must be given (after final '/')");
+    if (name.front() == '/') throw Util::Error("only relative path names supported");
+    const std::size_t slash = name.find('/');
+    found = at->step_or_null(name.substr(0, slash));
+    if (found == nullptr || slash == std::string_view::npos) return found;
+    name = path_behind(name, slash);
   }
+}
+
+std::shared_ptr<DataObj> DataObj::step_or_null(std::string_view name) {
   if (name == "..") {
     if (d_parent == nullptr) UTIL_DEBUG_ASSERT("d_parent");
     return d_parent.get() == this ? nullptr : d_parent;
   }
-  if ((d_schema->kind() & kKindHasFields) == 0) return nullptr;  // a leaf has no step below it
+  // Objects of structures have a schema with fields, but no children.
+  if ((d_schema->kind() & (kKindRecord | kKindFrame)) == 0) return nullptr;
   return child_named(*this, name);
 }
 

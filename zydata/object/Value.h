@@ -71,6 +71,7 @@ class Value final : public DataObj {
     frames.push_back(std::move(self));
   }
   std::uint64_t size_bytes() const override { return sizeof(T); }  // 30
+  bool fits(std::uint64_t n) override { return n == sizeof(T); }   // 31: a part of a value is no value
   void finish() override { normalise_loaded(&d_value, 1); }        // 32
   void print(int indent) override { print(std::cout, indent); }    // 36
   void print(std::ostream& stream, int indent) override {          // 37

@@ -87,7 +87,8 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   /// number and order depend on the schema alone.
   virtual void vectorize(FrameList& frames, std::shared_ptr<DataObj> self);  // 29: itself
   virtual std::uint64_t size_bytes() const = 0;                              // 30
-  /// Prepares for `n` bytes that a message brings; false when they do not fit.
+  /// Prepares for `n` bytes that a message brings; false when they do not fit. The default serves plain byte areas:
+  /// whatever has a size of its own takes no other.
   virtual bool fits(std::uint64_t n);       // 31: n <= size_bytes()
   virtual void finish();                    // 32: for loaders only: checks what they filled; does nothing
   virtual std::shared_ptr<void> message();  // 33: owner of the bytes; empty
@@ -133,6 +134,9 @@ class CORVANE_API DataObj : public std::enable_shared_from_this<DataObj> {
   static void describe_by(DataObj& object, std::shared_ptr<Schema> schema) { object.d_schema = std::move(schema); }
 
  private:
+  /// One step of a path, ".." or a field's name, for either walk.
+  std::shared_ptr<DataObj> step(std::string_view name);
+  std::shared_ptr<DataObj> step_or_null(std::string_view name);
   [[noreturn]] static void throw_type_mismatch(const std::string& name, const std::type_info& requested,
                                                const DataObj& found);
   [[noreturn]] void throw_type_mismatch(const std::type_info& requested) const;

@@ -1,7 +1,8 @@
 // Creators of empty data objects, one for each pair of element type and kind word.
 //
 // A factory hangs at every schema node; it also carries the parameters that a file stores for the node. The registered
-// instance of a pair is the prototype that reads such parameters back.
+// instance of a pair is the prototype that reads such parameters back. A program may register factories of its own:
+// nothing but the virtual operations is used of them.
 #pragma once
 
 #include <compare>

@@ -28,7 +28,10 @@ Schema::Schema(SharedText name, SharedText type_name, std::uint32_t kind, std::s
       d_type_identity(TypeIdentity::of(d_type_name.str())),
       d_kind(kind),
       d_factory(std::move(factory)),
-      d_stamp(next_stamp()) {}
+      d_stamp(next_stamp()) {
+  check_text_size(d_name.str().size());
+  check_text_size(d_type_name.str().size());
+}
 
 Schema::~Schema() = default;
 
@@ -51,7 +54,10 @@ std::shared_ptr<Schema> Schema::clone(std::shared_ptr<Schema> target) const {
 void Schema::add_field(std::shared_ptr<Schema> field_schema) {
   check_field_access();
   UTIL_ASSERT(field_schema != nullptr);
+  const std::size_t nodes = d_nodes + field_schema->d_nodes;
+  check_node_count(nodes);
   d_fields.push_back(std::move(field_schema));
+  d_nodes = nodes;
   touch();
 }
 
@@ -71,6 +77,7 @@ const std::shared_ptr<Schema>& Schema::field(const std::string& name) const {
 void Schema::clear_fields() {
   check_field_access();
   d_fields.clear();
+  d_nodes = 1;
   touch();
 }
 
@@ -78,9 +85,8 @@ bool Schema::predicate() const { return false; }
 
 void Schema::serialize(SchemaTableWriter& writer) const {
   const NestingGuard guard(writer.depth());
-  if ((d_kind & kKindClassAccess) != 0)
-    find_class_schema(d_type_name);  // a file that no reader could open is not written
   if (d_factory == nullptr) throw Util::Error("schema \"%s\" has no data factory and can't be stored", d_name.c_str());
+  check_registered();
   writer.add_node({d_name, d_second_text, d_type_name, d_kind, static_cast<std::uint32_t>(d_fields.size()),
                    d_type_identity, static_cast<std::uint8_t>(d_further_word)});
   d_factory->write_parameters(writer.parameters());
@@ -96,6 +102,7 @@ std::uint32_t Schema::deserialize(SchemaTableReader& reader, const SchemaHeader&
   d_kind = header.kind;
   d_further_word = header.further_byte;
   d_fields.clear();
+  d_nodes = 1;
   d_factory = find_factory(d_type_name, d_kind)->read_parameters(reader.parameters());
   for (std::uint32_t i = 0; i < header.field_count; ++i) {
     check_field_access();
@@ -117,11 +124,13 @@ std::uint32_t Schema::deserialize(SchemaTableReader& reader, const SchemaHeader&
 std::shared_ptr<Schema> Schema::create() const { return std::make_shared<Schema>(); }
 
 void Schema::set_name(std::string name) {
+  check_text_size(name.size());
   d_name = std::move(name);
   touch();
 }
 
 void Schema::set_second_text(std::string text) {
+  check_text_size(text.size());
   d_second_text = std::move(text);
   touch();
 }
@@ -158,6 +167,10 @@ void Schema::check_new_field_name(const std::string& name) const {
   throw Util::Error("object type '%s' already have a field named '%s'", d_name.c_str(), name.c_str());
 }
 
+void Schema::check_room_for(const Schema& more) const {
+  check_node_count(count_nodes(kMaxNodes, 0) + more.count_nodes(kMaxNodes, 0));
+}
+
 void Schema::add_frame(const Schema& class_schema) {
   check_takes_frames();
   add_field(class_schema.vector_form());
@@ -166,6 +179,7 @@ void Schema::add_frame(const Schema& class_schema) {
 std::shared_ptr<Schema> Schema::vector_form() const {
   if ((d_kind & kKindHasFields) == 0 && d_factory == nullptr)
     throw Util::Error("schema \"%s\" has no data factory", d_name.c_str());
+  if ((d_kind & kKindClassAccess) != 0) find_class_schema(d_type_name);
   std::shared_ptr<Schema> result = clone(nullptr);
   if ((d_kind & kKindHasFields) != 0) {
     const std::uint32_t kind = (d_kind & ~kKindRecord) | kKindFrame;
@@ -199,6 +213,11 @@ void Schema::check_field_access() const {
       d_name.c_str(), type_text(true).c_str());
 }
 
+void Schema::check_registered() const {
+  if ((d_kind & kKindClassAccess) != 0) find_class_schema(d_type_name);
+  find_factory(d_type_name, d_kind);
+}
+
 void Schema::check_takes_frames() const {
   if ((d_kind & kKindTakesFrames) != 0) return;
   throw Util::Error(
@@ -210,6 +229,17 @@ void Schema::check_takes_frames() const {
 void Schema::touch() {
   d_stamp = next_stamp();
   d_flattened.reset();
+}
+
+/// Stops counting above `limit`: fields that are shared may be too many to visit.
+std::size_t Schema::count_nodes(std::size_t limit, int depth) const {
+  const NestingGuard guard(depth);
+  std::size_t nodes = 1;
+  for (const auto& field_schema : d_fields) {
+    if (nodes > limit) break;
+    nodes += field_schema->count_nodes(limit - nodes, depth);
+  }
+  return nodes;
 }
 
 std::uint64_t Schema::newest_stamp(int depth) const {

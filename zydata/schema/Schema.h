@@ -3,6 +3,10 @@
 // A schema of a record or frame holds the schemas of its fields in order; that order is the order of printing and of
 // storage. Schemas are shared: a change through one pointer is seen by every object that holds it. Not for several
 // threads at once.
+//
+// A schema has at most 20000 nodes, itself included; its name, its second text and its type name have at most 65535
+// bytes each. What is longer is refused with Util::Error where it is given. All texts together may have 64 MiB, and
+// fields may be nested 256 deep: that is checked when the schema is stored.
 #pragma once
 
 #include <cstdint>
@@ -31,6 +35,7 @@ class CORVANE_API Schema {
   /// field schemas are shared. Returns the target.
   virtual std::shared_ptr<Schema> clone(std::shared_ptr<Schema> target) const;  // 0
   virtual ~Schema();                                                            // 1
+  /// Throws for the 20001st node, as far as nodes were added from the leaves up; objects count all of theirs.
   virtual void add_field(std::shared_ptr<Schema> field_schema);                 // 2
   virtual const std::shared_ptr<Schema>& field(std::int64_t index) const;       // 3: throws out of bounds
   virtual const std::shared_ptr<Schema>& field(const std::string& name) const;  // 4: throws when there is none
@@ -72,6 +77,10 @@ class CORVANE_API Schema {
   std::string type_text(bool detailed) const;
   /// The rule for a new field of a record or frame object: throws when a field other than the first has this name.
   void check_new_field_name(const std::string& name) const;
+  /// Throws, with how to enter it, when the registries lack this type: no reader could open a file of it.
+  void check_registered() const;
+  /// Throws when this schema with `more` nodes would have more than 20000 in all.
+  void check_room_for(const Schema& more) const;
   /// Throws unless objects of this schema may hold frames: a frame may not.
   void check_takes_frames() const;
   /// Appends the frame form of a class schema. Throws when this schema takes no frames.
@@ -88,6 +97,7 @@ class CORVANE_API Schema {
 
  private:
   void touch();
+  std::size_t count_nodes(std::size_t limit, int depth) const;
   std::uint64_t newest_stamp(int depth) const;
 
   SharedText d_name;                              // under which the object stands in its parent
@@ -99,6 +109,7 @@ class CORVANE_API Schema {
   std::vector<std::shared_ptr<Schema>> d_fields;  // in order of insertion
   std::shared_ptr<DataFactory> d_factory;         // creates objects of this schema; empty for raw memory
 
+  std::size_t d_nodes = 1;                                 // this one and those that its fields had when they came
   std::uint64_t d_stamp = 0;                               // number of the last change, process-wide increasing
   mutable std::shared_ptr<const SchemaTable> d_flattened;  // empty until first asked for
   mutable std::uint64_t d_flattened_stamp = 0;             // newest stamp in the tree when d_flattened was made

@@ -12,14 +12,11 @@ constexpr std::size_t kFieldCountOffset = 16;
 constexpr std::size_t kIdentityOffset = 24;
 constexpr std::size_t kFurtherByteOffset = 32;
 
-void check_text_size(std::size_t size, std::size_t& total) {
-  if (size > kMaxNameSize) throw Util::Error("a schema text of %zu bytes is longer than %zu bytes", size, kMaxNameSize);
+/// Adds one use of a text, its zero byte included, to the `total` of a schema.
+void count_text(std::size_t size, std::size_t& total) {
+  check_text_size(size);
   total += size + 1;
   if (total > kMaxTextBytes) throw Util::Error("the texts of a schema take more than %zu bytes", kMaxTextBytes);
-}
-
-void check_node_count(std::size_t count) {
-  if (count > kMaxNodes) throw Util::Error("a schema has more than %zu nodes", kMaxNodes);
 }
 
 std::uint32_t checked_node_count(std::string_view nodes) {
@@ -36,6 +33,15 @@ std::uint32_t field_count_of(std::string_view nodes, std::size_t index) {
 }
 
 }  // namespace
+
+void check_text_size(std::size_t bytes) {
+  if (bytes > kMaxNameSize)
+    throw Util::Error("a schema text of %zu bytes is longer than %zu bytes", bytes, kMaxNameSize);
+}
+
+void check_node_count(std::size_t nodes) {
+  if (nodes > kMaxNodes) throw Util::Error("a schema has more than %zu nodes", kMaxNodes);
+}
 
 NestingGuard::NestingGuard(int& depth) : d_depth(depth) {
   if (d_depth > kMaxNesting) throw Util::Error("schemas are nested deeper than %d levels", kMaxNesting);
@@ -57,7 +63,7 @@ void SchemaTableWriter::add_node(const SchemaHeader& header) {
 
 std::uint32_t SchemaTableWriter::pool_offset(const std::string& text) {
   const std::string_view visible(text.c_str());  // a pool text ends at its first zero byte
-  check_text_size(visible.size(), d_text_bytes);
+  count_text(visible.size(), d_text_bytes);
   const auto found = d_offsets.find(visible);
   if (found != d_offsets.end()) return found->second;
   const auto offset = static_cast<std::uint32_t>(d_strings.size());
@@ -94,7 +100,7 @@ SharedText SchemaTableReader::pool_text(std::uint32_t offset) {
   }
   const std::size_t end = d_strings.find('\0', offset);
   if (end == std::string_view::npos) throw Util::Error("the schema text at byte %u of the pool has no end", offset);
-  check_text_size(end - offset, d_text_bytes);
+  count_text(end - offset, d_text_bytes);
   SharedText& text = d_texts[offset];
   if (text.str().empty() && end > offset) {
     d_own_bytes += end - offset;

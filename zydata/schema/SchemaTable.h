@@ -22,6 +22,10 @@ inline constexpr std::size_t kMaxNameSize = 65535;                   // bytes of
 inline constexpr std::size_t kMaxTextBytes = std::size_t{64} << 20;  // of all texts of a schema, each use counted
 inline constexpr std::size_t kMaxOverlap = std::size_t{4} << 20;     // of texts beyond the pool in which they lie
 
+/// Throw Util::Error for a text, or a number of nodes, that no schema may have.
+CORVANE_API void check_text_size(std::size_t bytes);
+CORVANE_API void check_node_count(std::size_t nodes);
+
 /// One node without its fields and its factory.
 struct SchemaHeader {
   SharedText name;

@@ -90,6 +90,7 @@ std::shared_ptr<Schema> create_schema(const SchemaHeader& header) {
 }
 
 std::shared_ptr<Schema> make_schema(std::string name, const std::string& type_name, std::uint32_t kind) {
+  if ((kind & kKindClassAccess) != 0) find_class_schema(type_name);
   return std::make_shared<Schema>(std::move(name), type_name, kind, find_factory(type_name, kind));
 }
 

@@ -2,6 +2,9 @@
 //
 // Both are process-wide, made on first use with the built-in types in them, and never emptied. Making them is
 // thread-safe; registering and looking up are not locked and belong to start-up, on one thread.
+//
+// Structures and enumerations of a program are entered before anything of them is built, stored or loaded:
+// register_type<T>() for an enumeration, register_class_type<T>() for a structure.
 #pragma once
 
 #include <cstdint>
@@ -45,7 +48,11 @@ CORVANE_API std::shared_ptr<Schema> make_schema(std::string name, const std::str
 /// A plain schema for elements of type T.
 template <class T>
 std::shared_ptr<Schema> make_schema(std::string name, std::uint32_t kind) {
-  return make_schema(std::move(name), element_type_name<T>(), kind);
+  const std::string type_name = element_type_name<T>();
+  if constexpr (std::is_class_v<T> && !kIsBasicType<T> && !std::is_same_v<T, UntypedClass>) {
+    if (find_factory_or_null(type_name, kind) == nullptr) find_class_schema(type_name);  // says how T is entered
+  }
+  return make_schema(std::move(name), type_name, kind);
 }
 /// A schema of a record or frame that is bound to no structure, without fields.
 CORVANE_API std::shared_ptr<Schema> make_record_schema(std::string name);

@@ -1,6 +1,7 @@
 // Enters the types that every registry starts with: the basic types, text and UntypedClass.
 #include "zydata/arrays/String.h"
 #include "zydata/schema/TypeRegistry.h"
+#include "zydata/tables/ClassSchema.h"
 #include "zydata/tables/Factories.h"
 
 namespace ZyData {
@@ -29,6 +30,7 @@ void register_builtin_types() {
   register_text(kKindHashed | kKindString | kKindArray, ParameterLayout::kCountAndKind,
                 &create_text_array<SearchableStringArray>);
   register_factories<UntypedClass, kKindFrame, kKindRecord, kKindDefaulted | kKindFrame>();
+  register_class_schema(std::make_shared<ClassSchema<UntypedClass>>(""));
 }
 
 }  // namespace ZyData

@@ -92,11 +92,13 @@ void ClassSchemaBase::check_holds_all_members() const {
 }
 
 std::shared_ptr<Schema> ClassSchemaBase::record_form() const {
+  find_class_schema(type_name());
   const auto result = std::dynamic_pointer_cast<ClassSchemaBase>(clone(nullptr));
   result->clear_fields();
   for (std::size_t i = 0; i < d_accessors.size(); ++i) {
     const std::shared_ptr<Schema> value = fields()[i]->clone(nullptr);
     value->set_kind_and_factory(value->kind() & ~kKindMMap, value->factory());  // only columns lie in mapped files
+    value->check_registered();
     result->add_member(value, d_accessors[i]);
   }
   const std::uint32_t kind = (this->kind() & ~kKindFrame) | kKindRecord;

@@ -5,6 +5,7 @@
 //     auto schema = std::make_shared<ClassSchema<Row>>("rows");
 //     schema->add(&Row::id, "id", 0).add(&Row::name, "name");
 //
+// The structure and its enumerations are entered before anything is built of them (register_class_type, register_type).
 // Added to a record object it becomes a frame of such rows. In the declared form the fields are single values; the
 // frame form (Schema::vector_form) has columns, the record form single values held by a record.
 #pragma once

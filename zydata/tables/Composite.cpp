@@ -58,6 +58,7 @@ void Composite::add_field(const std::string& name, std::shared_ptr<Schema> new_s
   if (new_schema == nullptr) throw Util::Error("no schema was given for field '%s'", name.c_str());
   std::shared_ptr<Schema> form = renamed(field_form(new_schema), name);
   if (form->factory() == nullptr) throw Util::Error("schema \"%s\" has no data factory", name.c_str());
+  top().schema()->check_room_for(*form);
   std::shared_ptr<DataObj> new_child = form->factory()->create_from(form);
   accept(*new_child, true);
   append_child(std::move(form), std::move(new_child));
@@ -67,8 +68,9 @@ void Composite::add_field(const std::string& name, std::shared_ptr<DataObj> data
   schema()->check_new_field_name(name);
   if (data == nullptr) throw Util::Error("no data object was given for field '%s'", name.c_str());
   check_not_above(*data);
-  accept(*data, false);
+  top().schema()->check_room_for(*data->schema());
   std::shared_ptr<Schema> form = renamed(data->schema(), name);
+  accept(*data, false);
   append_child(form, data);
   describe_by(*data, std::move(form));  // what is later added to the object must reach this object's schema
 }
@@ -165,6 +167,12 @@ void Composite::build_traverse_hierarchy(const std::shared_ptr<DataObj>& self, c
 
 void Composite::on_attached(std::shared_ptr<DataObj> root) {
   for (const auto& part : d_children) part->on_attached(root);
+}
+
+const DataObj& Composite::top() const {
+  const DataObj* at = this;
+  while (at->parent() != nullptr && at->parent().get() != at) at = at->parent().get();
+  return *at;
 }
 
 void Composite::check_not_above(const DataObj& data) const {

@@ -17,6 +17,7 @@ class CORVANE_API Composite : public DataObj {
   using DataObj::print;
 
   // --- slots 9-15: building. A failed call changes nothing ---
+  // Names have at most 65535 bytes, and the schema of the whole tree at most 20000 nodes: more throws Util::Error.
   /// Adds a new, empty child. A declared class schema becomes a frame of its rows.
   void add_field(const std::string& name, std::shared_ptr<Schema> schema) override;  // 9
   /// Adds an existing object as a child; its schema enters this object's schema. An object of another name gets a copy
@@ -69,6 +70,8 @@ class CORVANE_API Composite : public DataObj {
   /// The child of this name; throws Util::Error for a path that leads elsewhere.
   std::shared_ptr<DataObj> own_field(const std::string& name);
   void append_child(std::shared_ptr<Schema> schema, std::shared_ptr<DataObj> new_child);
+  /// The outermost object that holds this one, as far as parents are linked.
+  const DataObj& top() const;
   /// Throws Util::Error when `data` is this object or one that holds it.
   void check_not_above(const DataObj& data) const;
 

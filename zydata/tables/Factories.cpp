@@ -32,9 +32,14 @@ std::shared_ptr<DataObj> FamilyFactory::create(std::shared_ptr<Schema> schema) c
 
 std::shared_ptr<DataFactory> FamilyFactory::vector_factory(std::uint32_t kind, std::uint32_t initial_count) const {
   const std::uint32_t vector = vector_kind(kind);
-  const auto prototype = std::static_pointer_cast<FamilyFactory>(find_factory_or_null(d_type_name, vector));
-  if (vector == 0 || prototype == nullptr) throw_cannot_vectorize(kind);
-  auto factory = prototype->with({initial_count, d_parameters.text, d_parameters.file_name});
+  const auto prototype = vector == 0 ? nullptr : find_factory_or_null(d_type_name, vector);
+  if (prototype == nullptr) {
+    if (vector != 0) find_factory(d_type_name, this->kind());  // a type that is not registered at all
+    throw_cannot_vectorize(kind);
+  }
+  const auto family = std::dynamic_pointer_cast<FamilyFactory>(prototype);
+  if (family == nullptr) return prototype->copy();  // a program's own, which has parameters of its own
+  auto factory = family->with({initial_count, d_parameters.text, d_parameters.file_name});
   factory->d_from_file = d_from_file && (vector & kKindInFile) != 0;
   return factory;
 }

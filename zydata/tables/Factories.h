@@ -57,6 +57,8 @@ class CORVANE_API FamilyFactory final : public DataFactory {
                 FactoryParameters parameters = {});
 
   std::shared_ptr<DataObj> create(std::shared_ptr<Schema> schema) const override;
+  /// With this factory's default value and file name. Where a program has registered a factory of its own for the
+  /// vector form: a copy of that.
   std::shared_ptr<DataFactory> vector_factory(std::uint32_t kind, std::uint32_t initial_count) const override;
   void write_parameters(Util::ByteWriter& writer) const override;
   std::shared_ptr<DataFactory> read_parameters(Util::ByteReader& reader) const override;

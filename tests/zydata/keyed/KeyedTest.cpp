@@ -47,30 +47,55 @@ TEST(TextHash, IsTheOneThatStoredTablesDependOn) {
   EXPECT_EQ(Util::text_hash("pinch", 3), hash("pin"));
 }
 
-// --- dictionaries ---
+// --- both kinds of table against a map ---
 
-TEST(Dict, AgreesWithAMapOverRandomInsertionsAndRemovals) {
+struct Dictionaries {
+  static auto make() { return make_dict<int>(); }
+  static std::string key(std::uint64_t i) { return "key" + std::to_string(i); }
+  static int at(const Dict<int>& table, const std::string& key) { return table.get(key); }
+};
+
+struct SparseArrays {
+  static auto make() { return make_sparse<int>(); }
+  static int key(std::uint64_t i) { return static_cast<int>(i * 1000003 % 2147483); }
+  static int at(const SparseArray<int>& table, int key) { return table.value_at(key); }
+};
+
+template <class Tables>
+class KeyedTable : public testing::Test {};
+using BothTables = testing::Types<Dictionaries, SparseArrays>;
+TYPED_TEST_SUITE(KeyedTable, BothTables);
+
+TYPED_TEST(KeyedTable, AgreesWithAMapOverRandomInsertionsAndRemovalsAndAfterALoad) {
   std::mt19937 random(7);
-  const auto dict = make_dict<int>();
-  std::map<std::string, int> model;
+  auto table = TypeParam::make();
+  using Table = typename decltype(table)::element_type;
+  std::map<decltype(TypeParam::key(0)), int> model;
   for (int step = 0; step < 20000; ++step) {
-    const std::string key = "key" + std::to_string(random() % 700);
+    const auto key = TypeParam::key(random() % 700);
     if (random() % 5 < 3) {
-      EXPECT_EQ(dict->set(key, step), model.insert_or_assign(key, step).second);
+      ASSERT_EQ(table->set(key, step), model.insert_or_assign(key, step).second);
     } else {
-      EXPECT_EQ(dict->remove(key), model.erase(key) > 0);
+      ASSERT_EQ(table->remove(key), model.erase(key) > 0);
     }
-    ASSERT_EQ(dict->size(), model.size());
+    ASSERT_TRUE(step % 100 != 0 || table->size() == model.size());
+    if (step % 5000 == 0) table = loaded(stored(table))->template get<Table>();
   }
-  for (const auto& [key, value] : model) ASSERT_EQ(dict->get(key), value);
-  std::uint64_t live = 0;
-  for (std::uint64_t i = 0; i < dict->entry_count(); ++i) {
-    if (!dict->is_live(i)) continue;
-    ++live;
-    ASSERT_EQ(dict->value_at(static_cast<int>(i)), model.at(dict->key_at(static_cast<int>(i))));
-  }
-  EXPECT_EQ(live, model.size());
+  for (const auto& [key, value] : model) ASSERT_EQ(TypeParam::at(*table, key), value);
+  EXPECT_EQ(table->size(), model.size());
 }
+
+TYPED_TEST(KeyedTable, DoesNotGrowWithManyRemovals) {
+  const auto table = TypeParam::make();
+  for (std::uint64_t i = 0; i < 100000; ++i) {
+    table->set(TypeParam::key(i), 1);
+    if (i >= 10) table->remove(TypeParam::key(i - 10));
+  }
+  EXPECT_EQ(table->size(), 10U);
+  EXPECT_LT(table->size_bytes(), 4096U);
+}
+
+// --- dictionaries ---
 
 TEST(Dict, EntriesKeepTheOrderOfInsertionAndFreePlacesStayFree) {
   const auto dict = make_dict<double>();
@@ -87,18 +112,13 @@ TEST(Dict, EntriesKeepTheOrderOfInsertionAndFreePlacesStayFree) {
     EXPECT_ERROR(dict->get(outside), "dictionary index out of bounds");
 }
 
-TEST(Dict, RefusesAbsentKeysByName) {
+TEST(Dict, RefusesAbsentKeysByNameAndEndsKeysAtTheirFirstZeroByte) {
   const auto dict = make_dict<int>();
-  EXPECT_ERROR(dict->get(std::string("gone")), "The dictionary data with key \"gone\" is not existed!\n");
-  dict->set("here", 1);
-  EXPECT_ERROR(dict->get(std::string("gone")), "The dictionary data with key \"gone\" is not existed!\n");
-  EXPECT_FALSE(dict->remove("gone"));
-  EXPECT_EQ(dict->size(), 1U);
-}
-
-TEST(Dict, AKeyEndsAtItsFirstZeroByte) {
-  const auto dict = make_dict<int>();
+  const std::string refusal = "The dictionary data with key \"gone\" is not existed!\n";
+  EXPECT_ERROR(dict->get(std::string("gone")), refusal);
   dict->set(std::string("ab\0cd", 5), 1);
+  EXPECT_ERROR(dict->get(std::string("gone")), refusal);
+  EXPECT_FALSE(dict->remove("gone"));
   EXPECT_EQ(dict->get(std::string("ab")), 1);
   EXPECT_FALSE(dict->set(std::string("ab\0xx", 5), 2));
 }
@@ -109,59 +129,19 @@ TEST(Dict, KeysEndBelowTwoGibibytes) {
   EXPECT_ERROR(keys.append("abc", "d"), "the keys of dictionary \"d\" take more than 2147483647 bytes");
 }
 
-TEST(Dict, ManyRemovalsDoNotLetTheTableGrow) {
+TEST(Dict, PrintShowsFourteenEntriesAtMost) {
   const auto dict = make_dict<int>();
-  for (int i = 0; i < 100000; ++i) {
-    dict->set("k" + std::to_string(i), i);
-    if (i >= 10) dict->remove("k" + std::to_string(i - 10));
+  std::string entries;
+  for (int i = 0; i < 17; ++i) {
+    EXPECT_PRINTS(dict->print(1),
+                  "    d Dict[" + std::to_string(i) + "] = [" + entries + (i > 14 ? " ..." : "") + " ]\n");
+    const std::string key = "k" + std::to_string(i);
+    dict->set(key, i);
+    if (i < 14) entries += std::string(i > 0 ? ", " : " ") + "\"" + key + "\" : " + std::to_string(i);
   }
-  EXPECT_EQ(dict->size(), 10U);
-  EXPECT_LT(dict->size_bytes(), 4096U);
 }
-
-class DictPrint : public testing::TestWithParam<int> {};
-
-TEST_P(DictPrint, ShowsFourteenEntriesAtMost) {
-  const auto dict = make_dict<int>();
-  std::string text = "    d Dict[" + std::to_string(GetParam()) + "] = [";
-  for (int i = 0; i < GetParam(); ++i) {
-    dict->set("k" + std::to_string(i), i);
-    if (i < 14) text += std::string(i > 0 ? ", " : " ") + "\"k" + std::to_string(i) + "\" : " + std::to_string(i);
-  }
-  if (GetParam() > 14) text += " ...";
-  EXPECT_PRINTS(dict->print(1), text + " ]\n");
-}
-
-INSTANTIATE_TEST_SUITE_P(Sizes, DictPrint, testing::Values(0, 1, 2, 13, 14, 15, 16, 40));
 
 // --- sparse arrays ---
-
-TEST(SparseArray, AgreesWithAMapOverRandomInsertionsAndRemovals) {
-  std::mt19937 random(11);
-  const auto array = make_sparse<double>();
-  std::map<int, double> model;
-  for (int step = 0; step < 20000; ++step) {
-    const int index = static_cast<int>(random() % 1000) * 1000003 % 2147483;
-    if (random() % 5 < 3) {
-      EXPECT_EQ(array->set(index, step), model.insert_or_assign(index, step).second);
-    } else {
-      EXPECT_EQ(array->remove(index), model.erase(index) > 0);
-    }
-  }
-  EXPECT_EQ(array->size(), model.size());
-  for (const auto& [index, value] : model) ASSERT_EQ(array->value_at(index), value);
-}
-
-TEST(SparseArray, ManyRemovalsDoNotLetTheTableGrow) {
-  const auto array = make_sparse<int>();
-  for (int i = 0; i < 100000; ++i) {
-    array->set(i, i);
-    if (i >= 10) array->remove(i - 10);
-  }
-  EXPECT_EQ(array->size(), 10U);
-  EXPECT_LT(array->size_bytes(), 4096U);
-  for (int i = 99990; i < 100000; ++i) EXPECT_EQ(array->value_at(i), i);
-}
 
 TEST(SparseArray, AbsentIndicesReadAsTheDefaultValueAndHiddenOnesThrow) {
   const auto array = make_sparse<int>();
@@ -306,13 +286,31 @@ TEST(KeyedFiles, LinksThatLeadAstrayAreRefused) {
 TEST(KeyedFiles, KeysFollowOneAnother) {
   const auto dict = make_dict<int>();
   for (const char* key : {"abc", "x", "yz"}) dict->set(key, 1);  // at 0, 4 and 6
-  auto frames = stored(dict);
+  const auto frames = stored(dict);
   EXPECT_EQ(loaded(frames)->get<Dict<int>>()->size(), 3U);
   for (const auto& [entry, position] : {std::pair(1, 0), std::pair(1, 1), std::pair(2, 4), std::pair(0, 4)}) {
     auto shared = frames;
     std::memcpy(shared[4].data() + 12 * entry, &position, sizeof position);
     EXPECT_ERROR(loaded(shared), "the stored table of dictionary \"d\" contradicts itself");
   }
+}
+
+TEST(KeyedFiles, ChainsOfAnyOrderAreTakenButNoKeyTwice) {
+  const auto dict = make_dict<int>();
+  dict->set("a", 1);  // in bucket 5 of 8
+  int last = 0;
+  while (Util::text_hash(std::to_string(last).c_str(), 9) % 8 != 5) ++last;
+  dict->set(std::to_string(last), 2);
+  auto frames = stored(dict);  // as a writer makes them that appends to the ends of chains
+  const std::int32_t bucket = 0, links[] = {1, -1};
+  std::memcpy(frames[3].data() + 4 * 5, &bucket, 4);
+  for (std::size_t entry = 0; entry < 2; ++entry) std::memcpy(frames[4].data() + 12 * entry + 8, &links[entry], 4);
+  const auto again = loaded(frames)->get<Dict<int>>();
+  EXPECT_EQ(again->get(std::string("a")), 1);
+  EXPECT_EQ(again->get(std::to_string(last)), 2);
+  EXPECT_EQ(stored(again), frames);
+  frames[4].replace(12, 4, frames[4].substr(0, 4));  // both entries have the key "a", in its chain
+  EXPECT_ERROR(loaded(frames), "the stored table of dictionary \"d\" contradicts itself");
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "tests/support/TestSupport.h"
 #include "zydata/arrays/Array.h"
 #include "zydata/arrays/String.h"
+#include "zydata/object/Value.h"
 #include "zydata/schema/GenericValue.h"
 #include "zydata/schema/Schema.h"
 #include "zydata/tables/Record.h"
@@ -111,6 +112,21 @@ TEST(DataObjDefaults, TheOthersWorkFromSizeAndSchema) {
   }
 }
 
+enum Mode : int {};
+
+template <class T>
+class ValueOf : public testing::Test {};
+using ValueTypes = testing::Types<double, int, Mode, Long, bool>;
+TYPED_TEST_SUITE(ValueOf, ValueTypes);
+
+TYPED_TEST(ValueOf, TakesNoPartOfAValueFromAMessage) {
+  constexpr std::uint64_t size = sizeof(TypeParam);
+  Value<TypeParam> value(make_schema<double>("v", 0), TypeParam{1});
+  for (const std::uint64_t n : {std::uint64_t{0}, std::uint64_t{1}, size - 1, size, size + 1, ~std::uint64_t{0}})
+    EXPECT_EQ(value.fits(n), n == size) << n;
+  EXPECT_EQ(value.get_value(), TypeParam{1});
+}
+
 TEST(FindPath, SaysWhatIsWrongWithAStep) {
   const SmallTree tree;
   const auto walk = [&](const char* path) { return TestSupport::error_text([&] { tree.root->find_path(path); }); };
@@ -155,6 +171,31 @@ TEST(FindPath, SaysWhatIsWrongWithAStep) {
     EXPECT_EQ(walk(test.path), test.text);
     EXPECT_EQ(walk_or_null(test.path), test.text_or_null);
   }
+}
+
+TEST(FindPath, TakesAnyNumberOfSteps) {
+  const SmallTree tree;
+  tree.root->build_traverse_hierarchy(tree.root, tree.root);
+  std::string path;
+  for (int i = 0; i < 200000; ++i) path += "a/../";
+  EXPECT_EQ(tree.root->find_path(path + "e"), tree.root->field(1));
+  EXPECT_EQ(tree.root->find_path_or_null(path + "e"), tree.root->field(1));
+  EXPECT_EQ(tree.root->find_path_or_null(path + "x"), nullptr);
+  EXPECT_ERROR(tree.root->find_path(path), "a name must be given to DataObj::find_path");
+}
+
+TEST(FindPath, EndsAtObjectsOfStructuresWhichHaveFieldsButNoChildren) {
+  register_class_type<TestObjects::Point>();
+  const auto root = make_record("root");
+  const auto point = make_schema("point", "TestObjects::Point", 0x40000);
+  point->add_field(make_schema<int>("id", 0));
+  root->add_field("point", point);
+  for (const char* path : {"point/id", "point/other"}) {
+    EXPECT_EQ(root->find_path_or_null(path), nullptr);
+    EXPECT_THROW(root->find_path(path), Util::Error);
+    EXPECT_THROW(root->child(path), Util::Error);
+  }
+  root->clear_hierarchy();
 }
 
 TEST(FindPath, GoesUpOnlyInALinkedTree) {

@@ -13,6 +13,17 @@
 #include "zydata/schema/DataFactory.h"
 #include "zydata/schema/SchemaTable.h"
 #include "zydata/schema/TypeRegistry.h"
+#include "zydata/tables/ClassSchema.h"
+#include "zydata/tables/Record.h"
+
+namespace Own {
+
+enum Mode : int {};
+struct Row {
+  Mode mode{};
+};
+
+}  // namespace Own
 
 namespace ZyData {
 namespace {
@@ -191,17 +202,108 @@ TEST(SchemaTableReader, EveryCutAndEveryChangedByteIsAnErrorOrASchema) {
   }
 }
 
-TEST(SchemaTable, WhatIsTooLongOrTooDeepForAReaderIsNotWritten) {
-  EXPECT_NO_THROW(make_record_schema(std::string(65535, 'n'))->flattened());
-  EXPECT_ERROR(make_record_schema(std::string(65536, 'n'))->flattened(),
-               "a schema text of 65536 bytes is longer than 65535 bytes");
+// --- limits ---
+
+TEST(SchemaLimits, OnNamesAreKeptWhereNamesAreGiven) {
+  const std::string longer(65536, 'n');
+  const auto root = make_record("root");
+  const auto leaf = make_schema<int>(longer.substr(1), 0);
+  const std::vector<std::function<void()>> calls = {
+      [&] { make_record(longer); },           [&] { Schema("x", longer, 0, nullptr); },
+      [&] { leaf->set_name(longer); },        [&] { leaf->set_second_text(longer); },
+      [&] { root->add_field(longer, leaf); }, [&] { root->add_field(longer, make_record("part")); }};
+  for (const auto& call : calls) EXPECT_ERROR(call(), "a schema text of 65536 bytes is longer than 65535 bytes");
+  EXPECT_EQ(root->schema()->field_count(), 0);
+  EXPECT_EQ(leaf->name() + leaf->second_text(), longer.substr(1));
+}
+
+std::shared_ptr<Schema> record_of_nodes(std::size_t nodes) {
+  return record_of(std::vector<std::string>(nodes - 1, "f"));
+}
+
+TEST(SchemaLimits, OnNodesAreKeptWhereFieldsAreAdded) {
+  const std::string refusal = "a schema has more than 20000 nodes";
+  const auto widest = record_of_nodes(20000);
+  EXPECT_ERROR(widest->add_field(make_schema<int>("more", 0)), refusal);
+  EXPECT_ERROR(make_record_schema("root")->add_field(widest), refusal);
+  EXPECT_EQ(widest->flattened()->nodes.size(), 20000 * kNodeSize);
+  widest->clear_fields();
+  EXPECT_NO_THROW(widest->add_field(record_of_nodes(19999)));
+  EXPECT_ERROR(SchemaTableReader(std::string(20001 * kNodeSize, '\0'), "", ""), refusal);
+
+  const auto root = make_record("root");  // an object counts the fields of all that it belongs to
+  const auto part = make_record("part");
+  root->add_field("part", part);
+  part->add_field("half", record_of_nodes(10000));
+  EXPECT_ERROR(part->add_field("other half", record_of_nodes(9999)), refusal);
+  EXPECT_ERROR(root->add_field("other half", std::make_shared<Record<UntypedClass>>(record_of_nodes(9999))), refusal);
+  part->add_field("other half", record_of_nodes(9998));
+  EXPECT_ERROR(part->find_path("half")->add_field("more", make_schema<int>("more", 0)), refusal);
+  EXPECT_EQ(root->schema()->flattened()->nodes.size(), 20000 * kNodeSize);
+  root->clear_hierarchy();
+}
+
+TEST(SchemaLimits, OnAllTextsCountTheirZeroBytes) {
   const auto root = make_record_schema("root");
-  for (int i = 0; i < 1100; ++i) root->add_field(make_record_schema(std::string(65535, 'n')));
+  const auto add = [&](std::size_t name_size) {
+    root->add_field(make_record_schema(std::string(name_size, 'n')));  // 1 and 21 bytes beside the name
+  };
+  for (int i = 0; i < 1023; ++i) add(65535);
+  add((std::size_t{64} << 20) - 27 - 1023 * (65536 + 22) - 23);
+  EXPECT_NO_THROW(root->flattened());
+  root->set_name("root.");
   EXPECT_ERROR(root->flattened(), "the texts of a schema take more than 67108864 bytes");
-  root->clear_fields();
-  root->add_field(root);
-  EXPECT_ERROR(root->flattened(), "schemas are nested deeper than 256 levels");
-  root->clear_fields();
+}
+
+TEST(SchemaLimits, OnNestingAreKeptWhenASchemaIsStored) {
+  const auto deep = make_record_schema("r");
+  auto at = deep;
+  for (int level = 0; level < 257; ++level) {
+    EXPECT_EQ(deep->flattened()->nodes.size(), static_cast<std::size_t>(level + 1) * kNodeSize);
+    at->add_field(make_record_schema("r"));
+    at = at->fields()[0];
+  }
+  EXPECT_ERROR(deep->flattened(), "schemas are nested deeper than 256 levels");
+  const auto endless = make_record_schema("r");
+  endless->add_field(endless);
+  EXPECT_ERROR(endless->flattened(), "schemas are nested deeper than 256 levels");
+  endless->clear_fields();
+}
+
+// --- types that were not registered ---
+
+TEST(UnknownTypes, AreNamedWithTheCallThatEntersThemWhereTheyAreBuilt) {
+  const std::string structure =
+      "data type \"Own::Row\" is not registered with zydata:\n\t call \"ZyData::register_class_type<Own::Row>();\" "
+      "during initialization.";
+  const auto enumeration = [](const std::string& flags) {
+    return "data type \"Own::Mode\" is not registered with zydata (flags: " + flags +
+           "):\n\t call \"ZyData::register_type<Own::Mode>();\" before deserialization.";
+  };
+  const auto root = make_record("root");
+  const auto stored_with = [&](std::shared_ptr<Schema> field) {
+    const auto schema = make_record_schema("root");
+    schema->add_field(std::move(field));
+    schema->flattened();
+  };
+  const auto rows = std::make_shared<ClassSchema<Own::Row>>("rows");
+  rows->add(&Own::Row::mode, "mode", Own::Mode{});
+  EXPECT_ERROR(make_schema<Own::Row>("x", kKindArray), structure);
+  EXPECT_ERROR(make_schema("x", "Own::Row", 0x40008), structure);
+  EXPECT_ERROR(root->add_field("rows", rows), structure);
+  EXPECT_ERROR(rows->record_form(), structure);
+  const auto record = make_record_schema("")->factory();
+  EXPECT_ERROR(stored_with(std::make_shared<Schema>("x", "Own::Row", 0x40010U, record)), structure);
+
+  register_class_factories<Own::Row>();
+  register_class_schema(rows);
+  EXPECT_ERROR(make_schema<Own::Mode>("x", kKindArray), enumeration("array"));
+  EXPECT_ERROR(root->add_field("rows", rows), enumeration("defaulted"));
+  EXPECT_ERROR(rows->record_form(), enumeration("defaulted"));
+  EXPECT_ERROR(stored_with(rows->fields()[0]), enumeration("defaulted"));
+  EXPECT_ERROR(stored_with(std::make_shared<Schema>("memory", "void", 0U, nullptr)),
+               "schema \"memory\" has no data factory and can't be stored");
+  EXPECT_TRUE(root->field_data().empty());
 }
 
 TEST(SchemaTableReader, ManyFieldsOfABoundFrameTakeLinearTime) {

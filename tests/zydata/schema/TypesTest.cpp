@@ -236,18 +236,51 @@ TEST(FactoryParameters, OfAnotherKindOrWithANonsenseDefaultAreRefused) {
   }
 }
 
-/// A program's own, which makes nothing.
-class OwnFactory final : public DataFactory {
+/// A program's own columns of levels: new levels are as high as the factory's parameter says.
+class LevelFactory final : public DataFactory {
  public:
-  explicit OwnFactory(std::uint32_t kind) : DataFactory(kind) {}
-  std::shared_ptr<DataObj> create(std::shared_ptr<Schema>) const override { return nullptr; }
-  void write_parameters(Util::ByteWriter&) const override {}
-  std::shared_ptr<DataFactory> read_parameters(Util::ByteReader&) const override { return copy(); }
-  std::shared_ptr<DataFactory> copy() const override { return std::make_shared<OwnFactory>(kind()); }
+  explicit LevelFactory(std::uint32_t kind, int height = 0) : DataFactory(kind), d_height(height) {}
+  std::shared_ptr<DataObj> create(std::shared_ptr<Schema> schema) const override {
+    auto levels = std::make_shared<Array<Level>>(std::move(schema));
+    levels->set_default_value(static_cast<Level>(d_height));
+    return levels;
+  }
+  void write_parameters(Util::ByteWriter& writer) const override { writer.put(d_height); }
+  std::shared_ptr<DataFactory> read_parameters(Util::ByteReader& reader) const override {
+    return std::make_shared<LevelFactory>(kind(), reader.get<int>());
+  }
+  std::shared_ptr<DataFactory> copy() const override { return std::make_shared<LevelFactory>(*this); }
+
+  enum Level : int {};
+
+ private:
+  int d_height;
 };
 
+struct Tank {
+  LevelFactory::Level level{};
+};
+
+TEST(OwnFactory, MakesTheColumnsOfItsTypeAndKeepsItsParameters) {
+  const std::string type = element_type_name<LevelFactory::Level>();
+  register_factory(type, std::make_shared<LevelFactory>(kKindDefaulted | kKindArray, 12));
+  register_type<LevelFactory::Level>();
+  const auto tanks = std::make_shared<ClassSchema<Tank>>("tanks");
+  tanks->add(&Tank::level, "level", LevelFactory::Level{});
+  register_class_factories<Tank>();
+  register_class_schema(tanks);
+  const auto table = std::make_shared<Frame<Tank>>(tanks->vector_form());
+  table->append({static_cast<LevelFactory::Level>(3)});
+  table->field(0)->get<Array<LevelFactory::Level>>()->resize(2);
+  table->refresh();
+  const auto bytes = TestObjects::stored(table);
+  const auto loaded = TestObjects::loaded(bytes);
+  EXPECT_EQ(loaded->field(0)->to_id_vector(), (std::vector<std::int32_t>{3, 12}));
+  EXPECT_EQ(TestObjects::stored(loaded), bytes);
+}
+
 TEST(FactoryVectorForm, IsRefusedWhereThereIsNone) {
-  EXPECT_ERROR(OwnFactory(0x2).vector_factory(0x2, 0), "can't vectorize type 0x2 [sparse]");
+  EXPECT_ERROR(LevelFactory(0x2).vector_factory(0x2, 0), "can't vectorize type 0x2 [sparse]");
   EXPECT_ERROR(find_factory("int", 0x5)->vector_factory(0x5, 0), "can't vectorize type 0x5 [var array]");
   EXPECT_ERROR(find_factory("const char*", 0x401)->vector_factory(0x401, 0),
                "can't vectorize type 0x401 [string array]");

@@ -203,6 +203,21 @@ TEST(ClassSchema, RecordFormHoldsSingleValuesAndNothingOfTheRegistry) {
   root->clear_hierarchy();
 }
 
+TEST(ClassSchema, WithoutAStructureIsStoredAsATableOfItsFields) {
+  const auto declared = std::make_shared<ClassSchema<UntypedClass>>("rows");
+  declared->add_field(make_schema<int>("id", 0));
+  const auto root = make_record("root");
+  root->add_field("rows", declared);
+  root->get<Array<int>>("rows/id")->push_back(4);
+  root->find_path("rows")->refresh();
+  const auto bytes = TestObjects::stored(root);
+  const auto back = TestObjects::loaded(bytes);
+  EXPECT_EQ(back->get<Frame<UntypedClass>>("rows")->schema()->type_text(true), "Frame<ZyData::UntypedClass>");
+  EXPECT_EQ(back->find_path("rows/id")->to_id_vector(), (std::vector<std::int32_t>{4}));
+  EXPECT_EQ(TestObjects::stored(back), bytes);
+  root->clear_hierarchy();
+}
+
 struct Reading {
   double value = 0;
 

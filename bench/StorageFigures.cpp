@@ -40,6 +40,83 @@ Sample compare(const std::function<void()>& ours, const std::function<void()>& r
   return race({nothing, ours, nothing}, {nothing, rival, nothing}, kNoFreshMemory);
 }
 
+// --- elements ---
+
+/// The sum over all elements, read one by one, by both sides.
+template <class Ours, class Rival>
+std::function<Sample()> compare_sums(Ours ours, Rival rival) {
+  return [ours, rival] {
+    std::int64_t sums[2] = {0, 0};
+    const Sample sample = compare([&] { sums[0] = ours(); }, [&] { sums[1] = rival(); });
+    if (sums[0] != sums[1]) throw std::runtime_error("the two sides read different elements");
+    return sample;
+  };
+}
+
+std::shared_ptr<Array<int>> make_numbers(std::size_t elements) {
+  auto array = std::make_shared<Array<int>>(make_schema<int>("a", 0x1));
+  for (std::size_t i = 0; i < elements; ++i) array->push_back(static_cast<int>(i));
+  return array;
+}
+
+std::function<Sample()> read_numbers(std::size_t elements) {
+  const auto array = make_numbers(elements);
+  const auto rival = std::make_shared<std::vector<int>>(array->span().begin(), array->span().end());
+  const int count = static_cast<int>(elements);
+  return compare_sums(
+      [=] {
+        std::int64_t sum = 0;
+        for (int i = 0; i < count; ++i) sum += *array->at(i);
+        return sum;
+      },
+      [=] {
+        std::int64_t sum = 0;
+        for (int i = 0; i < count; ++i) sum += rival->at(static_cast<std::size_t>(i));
+        return sum;
+      });
+}
+
+std::function<Sample()> write_numbers(std::size_t elements) {
+  const auto array = make_numbers(elements);
+  const auto rival = std::make_shared<std::vector<int>>(elements);
+  const int count = static_cast<int>(elements);
+  return [=] {
+    return compare(
+        [=] {
+          for (int i = 0; i < count; ++i) array->set(i, i);
+          benchmark::DoNotOptimize(array->elements());
+        },
+        [=] {
+          for (int i = 0; i < count; ++i) rival->at(static_cast<std::size_t>(i)) = i;
+          benchmark::DoNotOptimize(rival->data());
+        });
+  };
+}
+
+/// Elements of a variable array, against one who keeps the addresses of its offsets and values.
+std::function<Sample()> read_runs(std::size_t elements) {
+  const auto runs = std::make_shared<VarArray<int>>(make_schema<int>("v", 0x5));
+  const int values[] = {1, 2, 3, 4};
+  for (std::size_t i = 0; i < elements; ++i) runs->append({values, i % 5});
+  const auto ends = [](const auto& run) {
+    return static_cast<std::int64_t>(run.size()) + (run.empty() ? 0 : run.data()[run.size() - 1]);
+  };
+  return compare_sums(
+      [=] {
+        std::int64_t sum = 0;
+        for (std::size_t i = 0; i < elements; ++i) sum += ends(runs->element(i));
+        return sum;
+      },
+      [=] {
+        const std::int32_t* offsets = runs->offsets().data();
+        const int* first = runs->values().data();
+        std::int64_t sum = 0;
+        for (std::size_t i = 0; i < elements; ++i)
+          sum += ends(Util::USpan<int>(first + offsets[i], static_cast<std::size_t>(offsets[i + 1] - offsets[i])));
+        return sum;
+      });
+}
+
 // --- mapped files ---
 
 /// Two arrays of the same content, one of them mapped. Pages are resident before anything is timed: the first round
@@ -212,6 +289,9 @@ void register_storage_figures(const std::string& folder, std::size_t elements, s
                        std::function<std::function<Sample()>()> start) {
     register_figure({name, Bound::at_most, bound, is_time, std::move(start)}, is_time ? pairs : 3);
   };
+  add("array/at : vector::at", 1.5, true, [=] { return read_numbers(elements); });
+  add("array/set : vector::at", 1.5, true, [=] { return write_numbers(elements); });
+  add("variable array/element : address", 2.0, true, [=] { return read_runs(elements); });
   add("mapped array/append", 1.5, true, [=] { return append_numbers(folder, elements); });
   add("mapped runs/append", 1.5, true, [=] { return append_runs(folder, elements); });
   add("mapped array/growth : copy", 0.2, true, [=] { return grow(folder, 8 * elements); });

@@ -12,7 +12,8 @@
 namespace Mesh2DPlat {
 namespace {
 
-constexpr unsigned kFilePermissions = 0666;
+constexpr unsigned kNewFile = 0666;
+constexpr unsigned kReplacement = 0600;  // until it has the old file's permissions, with nothing in it yet
 
 /// Takes a file's name away again unless it is given up.
 class TemporaryName {
@@ -36,16 +37,17 @@ class Replacement {
   explicit Replacement(const std::string& path) : d_path(path), d_temporary(path + ".tmp") {}
 
   void run(const MPSys::Message& message, bool keep_previous) {
-    const int old_permissions = permissions_of_old();
+    const bool replaces = has_old();
     MPSys::FileConnection connection(d_temporary.c_str(), MPSys::FileMode::writing, [&] {
-      return check(Util::platform().open_locked(d_temporary.c_str(), kFilePermissions), "create its new file");
+      return check(Util::platform().open_locked(d_temporary.c_str(), replaces ? kReplacement : kNewFile),
+                   "create its new file");
     });
     TemporaryName temporary(d_temporary);  // goes before the descriptor does, which has the name locked
     const int fd = connection.descriptor();
-    if (old_permissions != kNoFile) check(Util::platform().set_permissions(fd, old_permissions), "keep its mode");
+    if (replaces) check(Util::platform().copy_access(d_path.c_str(), fd), "keep its mode");
     connection.send(message, 0);
     check(Util::platform().sync(fd), "write it to the disk");
-    if (keep_previous && old_permissions != kNoFile) keep_old();
+    if (keep_previous && replaces) keep_old();
     check(Util::platform().rename(d_temporary.c_str(), d_path.c_str()), "put the new file in its place");
     temporary.gone();
     connection.close();
@@ -53,19 +55,17 @@ class Replacement {
   }
 
  private:
-  static constexpr int kNoFile = -1;
-
   /// `result` is a system call's answer.
   int check(int result, const char* step) const {
     if (result >= 0) return result;
     throw Util::Error(errno, "can't save '%s': failed to %s", d_path.c_str(), step);
   }
 
-  int permissions_of_old() const {
+  bool has_old() const {
     const int permissions = Util::platform().permissions(d_path.c_str());
-    if (permissions < 0 && errno == ENOENT) return kNoFile;
+    if (permissions < 0 && errno == ENOENT) return false;
     if (permissions < 0 && errno == EEXIST) throw Util::Error("can't save '%s': it is no regular file", d_path.c_str());
-    return check(permissions, "look at the old file");
+    return check(permissions, "look at the old file") >= 0;
   }
 
   /// The old file gets a second name first, so that it is never without one.
@@ -86,7 +86,8 @@ class Replacement {
   std::string d_temporary;
 };
 
-/// The file itself, or its place, where `path` is a symbolic link. A link of a loop stays what it is.
+/// The file itself, or its place, where `path` is a symbolic link. A link of a loop stays what it is. Throws
+/// Util::Error for a link that somebody else may have laid.
 std::string linked_file(const std::string& path) {
   constexpr int kMostLinks = 40;  // as many as the system follows
   std::filesystem::path file = path;
@@ -94,7 +95,10 @@ std::string linked_file(const std::string& path) {
   for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(file, error); ++i) {
     const std::filesystem::path target = std::filesystem::read_symlink(file, error);
     if (error) break;
-    file = file.parent_path() / target;
+    const std::filesystem::path next = file.parent_path() / target;
+    if (Util::platform().check_link(file.string(), next.string()) != 0)
+      throw Util::Error(errno, "can't save '%s': failed to follow its link", file.c_str());
+    file = next;
   }
   return file.string();
 }

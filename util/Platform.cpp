@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -55,6 +54,14 @@ bool reaches(int fd, std::uint64_t end) {
   if (::fstat(fd, &status) != 0) return false;
   if (!S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) >= end) return true;
   return ::ftruncate(fd, static_cast<off_t>(end)) == 0;
+}
+
+/// All of the file.
+int set_lock(int fd, short type) {
+  struct flock range {};
+  range.l_type = type;
+  range.l_whence = SEEK_SET;
+  return ::fcntl(fd, F_OFD_SETLK, &range);
 }
 
 /// Mappings begin at a page: the bytes between the page and `position`.
@@ -130,9 +137,14 @@ int Platform::open_unnamed(const std::string& folder) {
   return error ? -1 : create_unnamed(temporary);
 }
 
-int Platform::lock(int fd, bool alone) { return ::flock(fd, (alone ? LOCK_EX : LOCK_SH) | LOCK_NB); }
+// Of the open file, not of the process, and changed in one step: flock would give a shared lock up first.
+int Platform::lock(int fd, bool alone) {
+  if (set_lock(fd, alone ? F_WRLCK : F_RDLCK) == 0) return 0;
+  if (errno == EACCES) errno = EWOULDBLOCK;
+  return -1;
+}
 
-void Platform::unlock(int fd) { ::flock(fd, LOCK_UN); }
+void Platform::unlock(int fd) { set_lock(fd, F_UNLCK); }
 
 std::int64_t Platform::file_size(int fd) {
   struct stat status {};
@@ -145,12 +157,12 @@ int Platform::set_file_size(int fd, std::uint64_t size) {
   return -1;
 }
 
-int Platform::reserve_blocks(int fd, std::uint64_t size) {
+int Platform::reserve_blocks(int fd, std::uint64_t offset, std::uint64_t size) {
   if (size == 0) return 0;
   int error_number = EFBIG;
-  if (is_file_position(size)) {
+  if (is_file_position(offset) && is_file_position(size)) {
     do {
-      error_number = ::posix_fallocate(fd, 0, static_cast<off_t>(size));
+      error_number = ::posix_fallocate(fd, static_cast<off_t>(offset), static_cast<off_t>(size));
     } while (error_number == EINTR);
   }
   if (error_number == 0) return 0;

@@ -68,14 +68,16 @@ class Platform {
   /// lie when `folder` takes none.
   virtual int open_unnamed(const std::string& folder);
   /// Locks an open file, together with others or alone; a second lock replaces the first. Fails with EWOULDBLOCK, and
-  /// leaves no lock, while another descriptor's lock, in this process or in another, forbids it. Closing gives it back.
+  /// leaves the lock that there was, while one that was taken by another opening of the file, in this process or in
+  /// another, forbids it. Any other failure means that there are no locks here. Closing gives it back, unless a process
+  /// that was forked has the descriptor, too.
   virtual int lock(int fd, bool alone);
   virtual void unlock(int fd);
   /// Bytes of the file; -1 with errno when the system can't tell.
   virtual std::int64_t file_size(int fd);
   virtual int set_file_size(int fd, std::uint64_t size);
-  /// Gives blocks to the first `size` bytes, so that no later store into a mapping can find the disk full.
-  virtual int reserve_blocks(int fd, std::uint64_t size);
+  /// Gives blocks to `size` bytes from `offset` on, so that no later store into a mapping can find the disk full.
+  virtual int reserve_blocks(int fd, std::uint64_t offset, std::uint64_t size);
   /// Maps bytes [offset, offset + length) of a file, extending a shorter file to that length, and returns the address
   /// of byte `offset`. Fails with EINVAL for a length of 0 and for access that is only execute, with EBADF for a
   /// descriptor that has no file.
@@ -96,9 +98,15 @@ class Platform {
   /// A second name for a file.
   virtual int link(const char* from, const char* to);
   virtual int remove(const char* path);
-  /// Permission bits of a regular file; -1 with errno when there is none: EEXIST for anything else of this name.
+  /// What owner, group and others may do with a regular file, 0777 at most; -1 with errno when there is none: EEXIST
+  /// for anything else of this name.
   virtual int permissions(const char* path);
-  virtual int set_permissions(int fd, int permissions);
+  /// Gives an open file the owner, the group and the permission bits of the file `path`, as far as this process may.
+  /// Where it may not keep owner or group, it takes those bits away that would let somebody do more than before.
+  virtual int copy_access(const char* path, int fd);
+  /// Fails with EACCES for a symbolic link that somebody else may have laid: in a folder that others may write, neither
+  /// of this user nor of the folder's owner, to a file that is not its own owner's, or that is not there.
+  virtual int check_link(const std::string& link, const std::string& target);
 
   virtual std::size_t page_size();
   /// Asks for huge pages behind a block of process memory. Advice only: failure changes nothing but speed.

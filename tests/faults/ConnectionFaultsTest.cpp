@@ -1,11 +1,5 @@
 // Every system call of a send and of a receive fails in turn: the message says so, no descriptor is lost, nothing is
 // tried again.
-#include <cerrno>
-#include <cstddef>
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "mpsys/FileConnection.h"
 #include "tests/support/FaultyPlatform.h"
@@ -15,8 +9,7 @@
 namespace MPSys {
 namespace {
 
-using TestSupport::FaultyPlatform;
-using TestSupport::Operation;
+using namespace TestSupport;
 
 /// What stands in the way of the n-th call of an operation, from n = 1 on, until everything succeeds.
 struct Case {

@@ -1,7 +1,5 @@
 // Memory that runs out while the library registers its types: the next attempt finds them whole.
-#include <cstdint>
 #include <new>
-#include <string>
 
 #include "facade/DBZydata.h"
 #include "tests/facade/Layout.h"

@@ -5,12 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <string>
 
 #include "facade/DBZydata.h"
 #include "tests/facade/Layout.h"
@@ -25,10 +21,7 @@ namespace Mesh2DPlat {
 namespace {
 
 namespace fs = std::filesystem;
-using TestSupport::error_text;
-using TestSupport::in_child;
-using TestSupport::Layout;
-using TestSupport::read_file;
+using namespace TestSupport;
 
 class FullMedia : public testing::Test {
  protected:

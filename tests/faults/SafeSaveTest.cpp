@@ -1,17 +1,13 @@
 // Saving in the place of an older file: whatever fails and whenever the process ends, one whole file is there.
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <csignal>
-#include <cstddef>
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include "facade/DBZydata.h"
 #include "tests/facade/Layout.h"
+#include "tests/support/Child.h"
 #include "tests/support/FaultyPlatform.h"
 #include "tests/support/TestSupport.h"
 
@@ -19,10 +15,7 @@ namespace Mesh2DPlat {
 namespace {
 
 namespace fs = std::filesystem;
-using TestSupport::FaultyPlatform;
-using TestSupport::Layout;
-using TestSupport::Operation;
-using TestSupport::read_file;
+using namespace TestSupport;
 
 class SafeSave : public testing::Test {
  protected:
@@ -69,14 +62,93 @@ class SafeSave : public testing::Test {
   std::string d_new;
 };
 
-TEST_F(SafeSave, ReplacesTheFileAndKeepsItsMode) {
-  fs::permissions(board(), fs::perms(0640));
-  EXPECT_TRUE(d_db.saveSafely("board"));
-  EXPECT_TRUE(is_new());
-  EXPECT_EQ(fs::status(board()).permissions(), fs::perms(0640));
-  EXPECT_EQ(names(), std::vector<std::string>{"board.zydat"});
+TEST_F(SafeSave, ReplacesTheFileAndKeepsWhoMayDoWhat) {
+  for (const int mode : {0640, 0604, 0646, 0444, 0677}) {
+    TestSupport::write_file(board(), d_old);
+    fs::permissions(board(), fs::perms(mode));
+    EXPECT_TRUE(d_db.saveSafely("board"));
+    EXPECT_TRUE(is_new());
+    EXPECT_EQ(fs::status(board()).permissions(), fs::perms(mode));
+    EXPECT_EQ(names(), std::vector<std::string>{"board.zydat"});
+    fs::permissions(board(), fs::perms(0644));
+  }
   EXPECT_TRUE(d_db.saveSafely("another"));
   EXPECT_TRUE(read_file(d_folder.path("another.zydat")) == d_new);
+}
+
+#define SKIP_UNLESS_ROOT() \
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can make files of several owners"
+
+TEST_F(SafeSave, NobodyMayDoMoreThanBefore) {
+  SKIP_UNLESS_ROOT();
+  fs::permissions(d_folder.path(), fs::perms(0777));
+  struct Case {
+    bool as_root;  // who saves; else nobody
+    int old_owner, old_mode;
+    const char* access;
+  };
+  const std::vector<Case> cases = {
+      {true, 1000, 04660, "1000:1000 660"},     {true, 1000, 02751, "1000:1000 751"},
+      {false, 0, 0640, "65534:65534 600"},      {false, 0, 0604, "65534:65534 600"},
+      {false, 0, 06664, "65534:65534 644"},     {false, 0, 0246, "65534:65534 200"},
+      {false, 65534, 04640, "65534:65534 640"},
+  };
+  for (const Case& test : cases) {
+    TestSupport::write_file(board(), d_old);
+    const auto owner = static_cast<uid_t>(test.old_owner);
+    ASSERT_EQ(::chown(board().c_str(), owner, owner), 0);
+    ASSERT_EQ(::chmod(board().c_str(), static_cast<mode_t>(test.old_mode)), 0);
+    EXPECT_EQ(TestSupport::in_child([&] {
+                return test.as_root || TestSupport::become_nobody()
+                           ? TestSupport::error_text([&] { d_db.saveSafely("board"); })
+                           : "still root";
+              }),
+              "<nothing thrown>");
+    struct stat status {};
+    ASSERT_EQ(::stat(board().c_str(), &status), 0);
+    std::ostringstream access;
+    access << status.st_uid << ':' << status.st_gid << ' ' << std::oct << (status.st_mode & 07777U);
+    EXPECT_EQ(access.str(), test.access);
+    EXPECT_TRUE(is_new());
+  }
+}
+
+TEST_F(SafeSave, LinksThatOthersMayHaveLaidAreNotFollowed) {
+  SKIP_UNLESS_ROOT();
+  constexpr uid_t kRoot = 0, kOther = 1000;
+  struct Case {
+    int folder_mode;
+    uid_t folder_owner, link_owner, file_owner;
+    bool followed;
+  };
+  const std::vector<Case> cases = {
+      {01777, kRoot, kOther, kRoot, false}, {0777, kRoot, kOther, kRoot, false}, {0775, kRoot, kOther, kRoot, false},
+      {0755, kRoot, kOther, kRoot, true},   {0777, kRoot, kRoot, kRoot, true},   {0777, kRoot, kOther, kOther, true},
+      {0777, kOther, kOther, kRoot, true},
+  };
+  for (const Case& test : cases) {
+    const std::string link = d_folder.path("shared/board.zydat"), file = d_folder.path("real");
+    fs::create_directory(d_folder.path("shared"));
+    fs::create_symlink("../real", link);
+    DBZydata db(d_folder.path("shared"));
+    db.openem(false, "board");
+    for (const bool is_there : {true, false}) {
+      if (is_there) TestSupport::write_file(file, d_old);
+      ASSERT_EQ(::chmod(d_folder.path("shared").c_str(), static_cast<mode_t>(test.folder_mode)), 0);
+      ASSERT_EQ(::chown(d_folder.path("shared").c_str(), test.folder_owner, 0) +
+                    ::lchown(link.c_str(), test.link_owner, 0) +
+                    (is_there ? ::chown(file.c_str(), test.file_owner, 0) : 0),
+                0);
+      const bool followed = test.followed && (is_there || test.file_owner != kOther);
+      EXPECT_ERROR(db.saveSafely("board"),
+                   followed ? "<nothing thrown>"
+                            : "can't save '" + link + "': failed to follow its link\n    Permission denied");
+      EXPECT_EQ(fs::exists(file), is_there || followed);
+      EXPECT_TRUE(fs::is_symlink(link));
+      fs::remove(file);
+    }
+    fs::remove_all(d_folder.path("shared"));
+  }
 }
 
 TEST_F(SafeSave, KeepsThePreviousVersionOnRequest) {
@@ -91,12 +163,14 @@ TEST_F(SafeSave, KeepsThePreviousVersionOnRequest) {
   EXPECT_TRUE(is_new());
 }
 
-TEST_F(SafeSave, LinksStayLinks) {
-  fs::rename(board(), d_folder.path("real"));
-  fs::create_symlink("real", board());
+TEST_F(SafeSave, LinksStayLinksAndTheirTargetsFolderIsWrittenToTheDisk) {
+  fs::create_directory(d_folder.path("folder"));
+  fs::rename(board(), d_folder.path("folder/real"));
+  fs::create_symlink("folder/real", board());
   d_db.saveSafely("board");
   EXPECT_TRUE(fs::is_symlink(board()));
-  EXPECT_TRUE(read_file(d_folder.path("real")) == d_new);
+  EXPECT_TRUE(read_file(d_folder.path("folder/real")) == d_new);
+  EXPECT_EQ(d_platform.synced(), (std::vector<std::string>{d_folder.path("folder/real.tmp"), d_folder.path("folder")}));
 }
 
 TEST_F(SafeSave, MakesItsDirectoryLikeSave) {
@@ -134,63 +208,45 @@ TEST_F(SafeSave, StandsBackForAnotherSaveAndForWhatIsNoFile) {
   EXPECT_FALSE(is_new());
 }
 
-TEST_F(SafeSave, EveryFailureLeavesTheOldFile) {
+// That nothing is left behind, and no file is in pieces, is what CallFaultsTest shows of each call.
+TEST_F(SafeSave, EveryFailureSaysItsStep) {
+  const std::string none;
   struct Step {
     Operation operation;
-    const char* text;
+    int nth;
+    std::string text;  // empty: the message could not be sent
+    bool done = false;
   };
-  const std::vector<Step> steps{{Operation::permissions, "look at the old file"},
-                                {Operation::openLocked, "create its new file"},
-                                {Operation::setPermissions, "keep its mode"},
-                                {Operation::write, nullptr},
-                                {Operation::writeGathered, nullptr},
-                                {Operation::sync, "write it to the disk"},
-                                {Operation::link, "keep the previous version"},
-                                {Operation::remove, "remove an old link"},
-                                {Operation::rename, "keep the previous version"}};
-  for (const Step& step : steps) {
+  for (const Step& step : std::vector<Step>{{Operation::permissions, 1, "look at the old file"},
+                                            {Operation::openLocked, 1, "create its new file"},
+                                            {Operation::copyAccess, 1, "keep its mode"},
+                                            {Operation::write, 1, none},
+                                            {Operation::writeGathered, 1, none},
+                                            {Operation::sync, 1, "write it to the disk"},
+                                            {Operation::link, 1, "keep the previous version"},
+                                            {Operation::remove, 1, "remove an old link"},
+                                            {Operation::rename, 1, "keep the previous version"},
+                                            {Operation::rename, 2, "put the new file in its place"},
+                                            {Operation::close, 1, none, true},
+                                            {Operation::syncFolder, 1, "write its folder to the disk", true}}) {
     SCOPED_TRACE(static_cast<int>(step.operation));
-    const std::ptrdiff_t descriptors = TestSupport::open_descriptors();
+    TestSupport::write_file(board(), d_old);
     d_platform.reset();
-    d_platform.fail(step.operation, 1, EIO);
-    const std::string text = TestSupport::error_text([&] { d_db.saveSafely("board", true); });
-    const std::string start = "can't save '" + board() + "': failed to ";
-    EXPECT_EQ(text, step.text == nullptr ? "message send failed: Input/output error"
-                                         : start + step.text + "\n    Input/output error");
-    EXPECT_FALSE(is_new());
+    d_platform.fail(step.operation, step.nth, EIO);
+    const std::string start =
+        step.text.empty() ? "message send failed: " : "can't save '" + board() + "': failed to " + step.text + "\n    ";
+    EXPECT_ERROR(d_db.saveSafely("board", true), start + "Input/output error");
+    EXPECT_EQ(is_new(), step.done);
+    fs::remove(board() + ".bak");
     EXPECT_EQ(names(), std::vector<std::string>{"board.zydat"});
-    EXPECT_EQ(TestSupport::open_descriptors(), descriptors);
   }
-  d_platform.reset();
-  d_platform.fail(Operation::rename, 2, EIO);  // the new file's, behind that of the kept one
-  EXPECT_ERROR(d_db.saveSafely("board", true),
-               "can't save '" + board() + "': failed to put the new file in its place\n    Input/output error");
-  EXPECT_FALSE(is_new());
-  EXPECT_EQ(names(), (std::vector<std::string>{"board.zydat", "board.zydat.bak"}));
-}
-
-TEST_F(SafeSave, FailuresBehindTheRenameAreReported) {
-  d_platform.fail(Operation::syncFolder, 1, EIO);
-  EXPECT_ERROR(d_db.saveSafely("board"),
-               "can't save '" + board() + "': failed to write its folder to the disk\n    Input/output error");
-  d_platform.reset();
-  d_platform.fail(Operation::close, 1, EIO);
-  EXPECT_ERROR(d_db.saveSafely("board"), "message send failed: Input/output error");
-  EXPECT_TRUE(is_new());
-  EXPECT_EQ(names(), std::vector<std::string>{"board.zydat"});
-}
-
-TEST_F(SafeSave, AFullDiskOrAShortWriteLeavesTheOldFile) {
   for (const Operation operation : {Operation::write, Operation::writeGathered}) {
+    TestSupport::write_file(board(), d_old);
     d_platform.reset();
     d_platform.shorten(operation, 1, 5);
     EXPECT_THROW(d_db.saveSafely("board"), Util::Error);
     EXPECT_FALSE(is_new());
-    EXPECT_EQ(names(), std::vector<std::string>{"board.zydat"});
   }
-  d_platform.reset();
-  EXPECT_TRUE(d_db.saveSafely("board"));  // nothing of it has harmed what is in memory
-  EXPECT_TRUE(is_new());
 }
 
 /// Runs a save in a process of its own that is killed before its `call`-th system call; false when it came to its end.
@@ -228,9 +284,6 @@ TEST_F(SafeSave, AKilledProcessLeavesOneWholeFile) {
   }
   EXPECT_GT(news, 0);  // some of the calls come behind the rename
   EXPECT_LT(news, kKills / 2);
-  TestSupport::write_file(board(), d_old);
-  EXPECT_TRUE(d_db.saveSafely("board"));
-  EXPECT_TRUE(is_new());
 }
 
 }  // namespace

@@ -4,9 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdint>
-#include <filesystem>
-#include <string>
 #include <thread>
 
 #include "facade/DBRoot.h"
@@ -23,9 +20,7 @@ namespace Mesh2DPlat {
 namespace {
 
 namespace fs = std::filesystem;
-using TestSupport::error_text;
-using TestSupport::in_child;
-using TestSupport::read_file;
+using namespace TestSupport;
 
 class SpecialFiles : public testing::Test {
  protected:

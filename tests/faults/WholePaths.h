@@ -2,16 +2,7 @@
 // was when something on the way has failed. Two test programs make it fail: by the platform's calls and by memory.
 #pragma once
 
-#include <algorithm>
-#include <cstddef>
-#include <exception>
-#include <filesystem>
-#include <functional>
 #include <map>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "facade/DBRoot.h"
 #include "facade/DBZydata.h"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 namespace TestSupport {
 namespace {
@@ -32,6 +33,7 @@ void FaultyPlatform::reset() {
   before = nullptr;
   d_calls.fill(0);
   d_transfers.clear();
+  d_synced.clear();
 }
 
 void FaultyPlatform::order(Operation operation, int nth, int error_number, std::size_t bytes) {
@@ -81,12 +83,15 @@ std::int64_t FaultyPlatform::transfer(Operation operation, const Util::IoBuffer*
   return -1;
 }
 
-int FaultyPlatform::open_for_reading(const char* path) {
-  return fails(Operation::openForReading) ? -1 : Platform::open_for_reading(path);
-}
+#define FAULTY_PLATFORM_DEFINITION(operation, type, failure, function, parameters, arguments) \
+  type FaultyPlatform::function parameters {                                                  \
+    return fails(Operation::operation) ? failure : Platform::function arguments;              \
+  }
+FAULTY_PLATFORM_CALLS(FAULTY_PLATFORM_DEFINITION)
 
-int FaultyPlatform::open_for_writing(const char* path, unsigned permissions) {
-  return fails(Operation::openForWriting) ? -1 : Platform::open_for_writing(path, permissions);
+int FaultyPlatform::sync(int fd) {
+  d_synced.push_back(std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd)).string());
+  return fails(Operation::sync) ? -1 : Platform::sync(fd);
 }
 
 int FaultyPlatform::close(int fd) {
@@ -116,18 +121,6 @@ std::int64_t FaultyPlatform::write_gathered(int fd, const Util::IoBuffer* buffer
                   [&](const Util::IoBuffer* b) { return Platform::write_gathered(fd, b, count); });
 }
 
-std::int64_t FaultyPlatform::bytes_to_end(int fd) {
-  return fails(Operation::bytesToEnd) ? -1 : Platform::bytes_to_end(fd);
-}
-
-int FaultyPlatform::control_blocking_mode(int fd, int value) {
-  return fails(Operation::controlBlockingMode) ? -1 : Platform::control_blocking_mode(fd, value);
-}
-
-int FaultyPlatform::wait_readable(int fd, int timeout_ms) {
-  return fails(Operation::waitReadable) ? -1 : Platform::wait_readable(fd, timeout_ms);
-}
-
 bool FaultyPlatform::exists(const std::string& path, std::error_code& error) {
   if (!fails(Operation::exists)) return Platform::exists(path, error);
   error.assign(errno, std::generic_category());
@@ -137,70 +130,6 @@ bool FaultyPlatform::exists(const std::string& path, std::error_code& error) {
 void FaultyPlatform::create_directory(const std::string& path, std::error_code& error) {
   if (!fails(Operation::createDirectory)) return Platform::create_directory(path, error);
   error.assign(errno, std::generic_category());
-}
-
-int FaultyPlatform::open_or_create(const char* path, unsigned permissions) {
-  return fails(Operation::openOrCreate) ? -1 : Platform::open_or_create(path, permissions);
-}
-
-int FaultyPlatform::open_existing(const char* path) {
-  return fails(Operation::openExisting) ? -1 : Platform::open_existing(path);
-}
-
-int FaultyPlatform::open_regular(const char* path, bool follow_link) {
-  return fails(Operation::openRegular) ? -1 : Platform::open_regular(path, follow_link);
-}
-
-int FaultyPlatform::open_unnamed(const std::string& folder) {
-  return fails(Operation::openUnnamed) ? -1 : Platform::open_unnamed(folder);
-}
-
-int FaultyPlatform::lock(int fd, bool alone) { return fails(Operation::lock) ? -1 : Platform::lock(fd, alone); }
-
-std::int64_t FaultyPlatform::file_size(int fd) { return fails(Operation::fileSize) ? -1 : Platform::file_size(fd); }
-
-int FaultyPlatform::set_file_size(int fd, std::uint64_t size) {
-  return fails(Operation::setFileSize) ? -1 : Platform::set_file_size(fd, size);
-}
-
-int FaultyPlatform::reserve_blocks(int fd, std::uint64_t size) {
-  return fails(Operation::reserveBlocks) ? -1 : Platform::reserve_blocks(fd, size);
-}
-
-void* FaultyPlatform::map(void* hint, std::size_t length, int protection, int flags, int fd, std::uint64_t offset) {
-  return fails(Operation::map) ? Util::kMapFailed : Platform::map(hint, length, protection, flags, fd, offset);
-}
-
-int FaultyPlatform::unmap(void* address, std::size_t length) {
-  return fails(Operation::unmap) ? -1 : Platform::unmap(address, length);
-}
-
-int FaultyPlatform::open_locked(const char* path, unsigned permissions) {
-  return fails(Operation::openLocked) ? -1 : Platform::open_locked(path, permissions);
-}
-
-int FaultyPlatform::sync(int fd) { return fails(Operation::sync) ? -1 : Platform::sync(fd); }
-
-int FaultyPlatform::sync_folder_of(const std::string& path) {
-  return fails(Operation::syncFolder) ? -1 : Platform::sync_folder_of(path);
-}
-
-int FaultyPlatform::rename(const char* from, const char* to) {
-  return fails(Operation::rename) ? -1 : Platform::rename(from, to);
-}
-
-int FaultyPlatform::link(const char* from, const char* to) {
-  return fails(Operation::link) ? -1 : Platform::link(from, to);
-}
-
-int FaultyPlatform::remove(const char* path) { return fails(Operation::remove) ? -1 : Platform::remove(path); }
-
-int FaultyPlatform::permissions(const char* path) {
-  return fails(Operation::permissions) ? -1 : Platform::permissions(path);
-}
-
-int FaultyPlatform::set_permissions(int fd, int permissions) {
-  return fails(Operation::setPermissions) ? -1 : Platform::set_permissions(fd, permissions);
 }
 
 }  // namespace TestSupport

@@ -15,39 +15,49 @@
 
 #include "util/Platform.h"
 
+/// Calls that answer with a number, or with an address: M(operation, type of the answer, answer of a failure, function,
+/// parameters, arguments).
+#define FAULTY_PLATFORM_CALLS(M)                                                                                    \
+  M(openForReading, int, -1, open_for_reading, (const char* path), (path))                                          \
+  M(openForWriting, int, -1, open_for_writing, (const char* path, unsigned permissions), (path, permissions))       \
+  M(bytesToEnd, std::int64_t, -1, bytes_to_end, (int fd), (fd))                                                     \
+  M(controlBlockingMode, int, -1, control_blocking_mode, (int fd, int value), (fd, value))                          \
+  M(waitReadable, int, -1, wait_readable, (int fd, int timeout_ms), (fd, timeout_ms))                               \
+  M(openOrCreate, int, -1, open_or_create, (const char* path, unsigned permissions), (path, permissions))           \
+  M(openExisting, int, -1, open_existing, (const char* path), (path))                                               \
+  M(openRegular, int, -1, open_regular, (const char* path, bool follow_link), (path, follow_link))                  \
+  M(openUnnamed, int, -1, open_unnamed, (const std::string& folder), (folder))                                      \
+  M(lock, int, -1, lock, (int fd, bool alone), (fd, alone))                                                         \
+  M(fileSize, std::int64_t, -1, file_size, (int fd), (fd))                                                          \
+  M(setFileSize, int, -1, set_file_size, (int fd, std::uint64_t size), (fd, size))                                  \
+  M(reserveBlocks, int, -1, reserve_blocks, (int fd, std::uint64_t offset, std::uint64_t size), (fd, offset, size)) \
+  M(map, void*, Util::kMapFailed, map,                                                                              \
+    (void* hint, std::size_t length, int protection, int flags, int fd, std::uint64_t offset),                      \
+    (hint, length, protection, flags, fd, offset))                                                                  \
+  M(unmap, int, -1, unmap, (void* address, std::size_t length), (address, length))                                  \
+  M(openLocked, int, -1, open_locked, (const char* path, unsigned permissions), (path, permissions))                \
+  M(syncFolder, int, -1, sync_folder_of, (const std::string& path), (path))                                         \
+  M(rename, int, -1, rename, (const char* from, const char* to), (from, to))                                        \
+  M(link, int, -1, link, (const char* from, const char* to), (from, to))                                            \
+  M(remove, int, -1, remove, (const char* path), (path))                                                            \
+  M(permissions, int, -1, permissions, (const char* path), (path))                                                  \
+  M(copyAccess, int, -1, copy_access, (const char* path, int fd), (path, fd))                                       \
+  M(checkLink, int, -1, check_link, (const std::string& link, const std::string& target), (link, target))
+
 namespace TestSupport {
 
 enum class Operation {
-  openForReading,
-  openForWriting,
+#define FAULTY_PLATFORM_NAME(operation, type, failure, function, parameters, arguments) operation,
+  FAULTY_PLATFORM_CALLS(FAULTY_PLATFORM_NAME)
+#undef FAULTY_PLATFORM_NAME
+      sync,
   close,
   read,
   write,
   readScattered,
   writeGathered,
-  bytesToEnd,
-  controlBlockingMode,
-  waitReadable,
   exists,
   createDirectory,
-  openOrCreate,
-  openExisting,
-  openRegular,
-  openUnnamed,
-  lock,
-  fileSize,
-  setFileSize,
-  reserveBlocks,
-  map,
-  unmap,
-  openLocked,
-  sync,
-  syncFolder,
-  rename,
-  link,
-  remove,
-  permissions,
-  setPermissions,
   count  // no operation
 };
 
@@ -84,37 +94,21 @@ class FaultyPlatform final : public Util::Platform {
   /// The operation of the first of them; `count` when there was none.
   Operation firstFault() const { return d_first_fault; }
   const std::vector<Transfer>& transfers() const { return d_transfers; }
+  /// The names of the files and folders that sync() was asked for.
+  const std::vector<std::string>& synced() const { return d_synced; }
 
-  int open_for_reading(const char* path) override;
-  int open_for_writing(const char* path, unsigned permissions) override;
+#define FAULTY_PLATFORM_DECLARATION(operation, type, failure, function, parameters, arguments) \
+  type function parameters override;
+  FAULTY_PLATFORM_CALLS(FAULTY_PLATFORM_DECLARATION)
+#undef FAULTY_PLATFORM_DECLARATION
+  int sync(int fd) override;
   int close(int fd) override;
   std::int64_t read(int fd, void* data, std::size_t size) override;
   std::int64_t write(int fd, const void* data, std::size_t size) override;
   std::int64_t read_scattered(int fd, const Util::IoBuffer* buffers, std::size_t count) override;
   std::int64_t write_gathered(int fd, const Util::IoBuffer* buffers, std::size_t count) override;
-  std::int64_t bytes_to_end(int fd) override;
-  int control_blocking_mode(int fd, int value) override;
-  int wait_readable(int fd, int timeout_ms) override;
   bool exists(const std::string& path, std::error_code& error) override;
   void create_directory(const std::string& path, std::error_code& error) override;
-  int open_or_create(const char* path, unsigned permissions) override;
-  int open_existing(const char* path) override;
-  int open_regular(const char* path, bool follow_link) override;
-  int open_unnamed(const std::string& folder) override;
-  int lock(int fd, bool alone) override;
-  std::int64_t file_size(int fd) override;
-  int set_file_size(int fd, std::uint64_t size) override;
-  int reserve_blocks(int fd, std::uint64_t size) override;
-  void* map(void* hint, std::size_t length, int protection, int flags, int fd, std::uint64_t offset) override;
-  int unmap(void* address, std::size_t length) override;
-  int open_locked(const char* path, unsigned permissions) override;
-  int sync(int fd) override;
-  int sync_folder_of(const std::string& path) override;
-  int rename(const char* from, const char* to) override;
-  int link(const char* from, const char* to) override;
-  int remove(const char* path) override;
-  int permissions(const char* path) override;
-  int set_permissions(int fd, int permissions) override;
 
  private:
   static constexpr auto kOperations = static_cast<std::size_t>(Operation::count);
@@ -141,6 +135,7 @@ class FaultyPlatform final : public Util::Platform {
   int d_all = 0;  // calls
   std::array<int, kOperations> d_calls{};
   std::vector<Transfer> d_transfers;
+  std::vector<std::string> d_synced;
 };
 
 }  // namespace TestSupport

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,28 @@ T element(int i) {
   } else {
     return static_cast<T>(static_cast<typename ZyData::PlainNumber<T>::type>(i % 100 + 1));
   }
+}
+
+/// The elements of these numbers.
+template <class T>
+std::vector<T> elements(int first, int end) {
+  std::vector<T> result;
+  for (int i = first; i < end; ++i) result.push_back(element<T>(i));
+  return result;
+}
+
+/// The values as a file holds them.
+template <class T>
+std::string bytes_of(const std::vector<T>& values) {
+  std::string bytes;
+  for (const T value : values) bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+  return bytes;
+}
+
+inline std::string printed(ZyData::DataObj& object) {
+  std::ostringstream stream;
+  object.print(stream, 0);
+  return stream.str();
 }
 
 inline std::string assertion_pattern(std::string_view text) {

@@ -1,22 +1,28 @@
 // What tests of every folder need: exact comparison of errors and prints, a folder of their own, and files as byte
-// strings.
+// strings. It brings GoogleTest and the standard headers that nearly every test uses.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <typeinfo>
 #include <utility>
+#include <vector>
 
 #include "util/Error.h"
 

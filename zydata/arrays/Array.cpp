@@ -16,16 +16,7 @@ std::uint64_t ArrayBase::size_bytes() const {
   return 0;
 }
 
-std::uint64_t ArrayBase::shown_elements(std::uint64_t first, std::uint64_t count) const {
-  const std::uint64_t held = vector_size();
-  return first >= held ? 0 : std::min(count, held - first);
-}
-
-std::uint64_t ArrayBase::checked_index(int i) const {
-  const auto index = static_cast<std::uint64_t>(std::int64_t{i});  // a negative index becomes a huge one
-  if (index >= size()) throw Util::Error("index bounds error");
-  return d_start + index;
-}
+void ArrayBase::throw_outside() { throw Util::Error("index bounds error"); }
 
 void ArrayBase::check_resizable() const {
   if (is_slice()) throw Util::Error(std::string(kSliceRefusal));

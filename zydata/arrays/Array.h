@@ -7,6 +7,7 @@
 // Not for several threads: an array and the vector that it shares belong to one thread at a time.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -44,18 +45,30 @@ class CORVANE_API ArrayBase : public DataObj, public Column {
       : DataObj(std::move(schema)), d_start(start), d_count(count) {}
 
   virtual std::uint64_t vector_size() const = 0;
-  /// The vector's index of element `i`. Throws "index bounds error" for an index that is negative or not below the
-  /// size.
-  std::uint64_t checked_index(int i) const;
+  /// The index of element `i` in the vector, which has `held` elements. Throws "index bounds error" for an index that
+  /// is negative or not below the size.
+  std::uint64_t checked_index(int i, std::uint64_t held) const {
+    const auto index = static_cast<std::uint64_t>(std::int64_t{i});  // a negative index becomes a huge one
+    if (index >= shown_of(held, d_start, d_count)) [[unlikely]]
+      throw_outside();
+    return d_start + index;
+  }
   void check_resizable() const;
   /// Throws for a slice and for an array that does not show everything: a column must grow with its vector.
   void check_whole() const;
   void show_everything() { show(0, kToTheEnd); }
   void show(std::uint64_t start, std::uint64_t count);
   /// Elements of the range that lie in the vector, for a view of `count` elements from `first`.
-  std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const;
+  std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const {
+    return shown_of(vector_size(), first, count);
+  }
 
  private:
+  static std::uint64_t shown_of(std::uint64_t held, std::uint64_t first, std::uint64_t count) {
+    return std::min(count, held - std::min(first, held));  // without a branch: loops compute it once
+  }
+  [[noreturn]] static void throw_outside();
+
   std::uint64_t d_start;  // the vector's index of element 0
   std::uint64_t d_count;  // the most elements shown; kToTheEnd: no limit
 };
@@ -99,7 +112,16 @@ class ArrayBase2 : public ArrayBase {
 
   // --- typed operations ---
   /// Address of element `i`; throws Util::Error outside the array. Valid until the vector grows.
-  T* at(int i);
+  T* at(int i) {
+    if constexpr (VectorT::kMapped) {
+      const std::uint64_t index = checked_index(i, d_vector->size());
+      d_vector->check_window(index, index);
+      return d_vector->data() + index;
+    } else {
+      T* first = d_vector->data();  // before the test, so that loops fetch it once
+      return first + checked_index(i, d_vector->size());
+    }
+  }
   void set(int i, T value) { *at(i) = value; }
   /// All shown elements, borrowed until the vector grows; null when there is no buffer. Unchecked: of a mapped array
   /// with a window, only the elements in the window are there, and the bytes of a mapped bool are as the file has them.

@@ -57,7 +57,7 @@ std::vector<std::int32_t> ArrayBase2<T, VectorT>::to_id_vector() const {
 
 template <class T, class VectorT>
 GenericValue ArrayBase2<T, VectorT>::get(int i) const {
-  const std::uint64_t index = checked_index(i);
+  const std::uint64_t index = checked_index(i, d_vector->size());
   d_vector->check_window(index, index);
   if constexpr (kIsBasicType<T> || std::is_enum_v<T>) {
     return GenericValue(value_at(index));
@@ -118,13 +118,6 @@ void ArrayBase2<T, VectorT>::print(std::ostream& stream, int indent) {
   }
   if (size() > shown) stream << "...";
   stream << " ]\n" << std::flush;
-}
-
-template <class T, class VectorT>
-T* ArrayBase2<T, VectorT>::at(int i) {
-  const std::uint64_t index = checked_index(i);
-  d_vector->check_window(index, index);
-  return d_vector->data() + index;
 }
 
 template <class T, class VectorT>

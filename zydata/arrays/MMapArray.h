@@ -1,9 +1,14 @@
 // Fixed-size arrays in a mapped file.
 //
-// An MMapArray<T> behaves like an Array<T>; its elements are the bytes of its file. Nothing else may change the file
-// while an array has it open: two arrays over one file would cut it under each other. Opening it a second time
-// therefore throws Util::Error, and copy(), and reset() of an array that shares its vector, go on in a file without a
-// name, which goes with the array.
+// An MMapArray<T> behaves like an Array<T>; its elements are the bytes of its file. Two arrays over one file would cut
+// it under each other: a new array throws Util::Error for a file that is open, and no array changes the length of a
+// file that another has open. Arrays over vectors with a window, or that keep the file's contents, and loaded arrays
+// share. copy(), and reset() of an array that shares its vector, go on in a file without a name, which goes with the
+// array.
+//
+// The file says nothing of how many elements are in use. When a program ends before its array does (it is killed, or
+// parents and children that hold each other are not let go of), the file keeps the elements that growth has reserved,
+// and an array over all of it has them, too: close(), or storing the array, gives the file its exact length.
 //
 // In a message a mapped array travels by reference: file name, window, and which elements it shows. Its elements are in
 // their own file already; a message is of use only together with that file. A loaded array opens the file on first
@@ -47,7 +52,8 @@ class MMapArray final : public ArrayBase2<T, MMapVector<T>> {
   /// An array that holds its vector alone goes on in the same file, also when it was closed. Throws Util::Error and
   /// changes nothing when that file can't be opened again.
   void reset() override;  // 35
-  /// Appends file name, window and view. Throws Util::Error for a file without a name.
+  /// Appends file name, window and view. Throws Util::Error for a file without a name, and for a slice that begins
+  /// behind all that a file can hold.
   void describe(FrameList& parts, const std::shared_ptr<void>& owner) override;
   /// Checks what a message brought, without opening the file.
   void finish() override;  // 32
@@ -56,6 +62,8 @@ class MMapArray final : public ArrayBase2<T, MMapVector<T>> {
 
  private:
   using Base = ArrayBase2<T, MMapVector<T>>;
+
+  static constexpr std::uint64_t kMostElements = most_mapped_elements(sizeof(T));
 
   /// The part of a message that says what the array shows.
   struct View {

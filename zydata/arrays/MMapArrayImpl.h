@@ -13,6 +13,8 @@
 
 namespace ZyData {
 
+[[noreturn]] CORVANE_API void throw_damaged_view(const Schema& schema);
+
 template <class T>
 MMapArray<T>::MMapArray(std::shared_ptr<Schema> schema, std::uint64_t n, const std::string& file_name)
     : MMapArray(schema, std::make_shared<MMapVector<T>>(n, MMap<T>(file_name.empty() ? schema->name() : file_name))) {}
@@ -62,6 +64,10 @@ void MMapArray<T>::describe(FrameList& parts, const std::shared_ptr<void>& owner
       throw Util::Error("mapped array \"%s\" is in a file without a name and can't be stored",
                         this->schema()->name().c_str());
     }
+    if (this->start() > kMostElements) {
+      throw Util::Error("a slice of mapped array \"%s\" begins behind what a file can hold and can't be stored",
+                        this->schema()->name().c_str());
+    }
     vector->trim();
     const T default_value = this->default_value();
     d_view = View{this->start(), this->count(), {}};
@@ -75,6 +81,7 @@ template <class T>
 void MMapArray<T>::finish() {
   if (!d_awaiting) return;
   this->vector()->storage().check_reference(sizeof(T));
+  if (d_view.start > kMostElements) throw_damaged_view(*this->schema());
   if constexpr (std::is_same_v<T, bool>) d_view.default_value[0] = d_view.default_value[0] != 0;
   T default_value;
   std::memcpy(&default_value, d_view.default_value, sizeof default_value);
@@ -89,8 +96,7 @@ template <class T>
 void MMapArray<T>::expect_rows(std::uint64_t rows) {
   const std::uint64_t shown = std::min(rows, this->count());
   if (!this->vector()->pending()) return;
-  if (this->start() > ~shown)
-    throw Util::Error("the stored view of mapped array \"%s\" is damaged", this->schema()->name().c_str());
+  if (shown > kMostElements - this->start()) throw_damaged_view(*this->schema());
   this->vector()->expect(this->start() + shown, this->count() > rows);
 }
 

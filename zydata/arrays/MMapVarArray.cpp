@@ -1,5 +1,7 @@
 #include "zydata/arrays/MMapVarArray.h"
 
+#include <algorithm>
+
 #include "util/Bytes.h"
 #include "zydata/arrays/MMapVarArrayImpl.h"
 #include "zydata/schema/DataFactory.h"
@@ -25,6 +27,12 @@ void check_stored_window(const Schema& schema, const std::uint64_t (&window)[4])
                     window[3] <= kMost - window[2];
   if (fits) return;
   throw Util::Error("the stored window of mapped variable array \"%s\" is damaged", schema.name().c_str());
+}
+
+std::uint64_t used_offsets(std::span<const std::int32_t> offsets) {
+  const auto risen = std::is_sorted_until(offsets.begin(), offsets.end());
+  const bool reserved = std::all_of(risen, offsets.end(), [](std::int32_t offset) { return offset == 0; });
+  return static_cast<std::uint64_t>((reserved ? risen : offsets.end()) - offsets.begin());
 }
 
 void check_values_begin(const Schema& schema, std::uint64_t first_value, std::uint64_t base) {

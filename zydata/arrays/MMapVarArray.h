@@ -5,9 +5,15 @@
 // longer than its content; they are cut to it when the array goes, is closed, or is stored in a message. Nothing else
 // may change the files meanwhile: an offset that does not lie within the values ends the program.
 //
+// Files that a program has left longer than their content, because its end came before that of the array, are
+// recognised: offsets that rise and then are zero up to the end of the file were reserved and not used. The array has
+// the elements before them, and the rest of both files is cut when it goes. Only where all elements are empty, so that
+// all offsets are zero, reserved ones count as further empty elements.
+//
 // An array can show a window of its files: `offset_count` offsets from `first_offset` on, and the values that belong to
 // them, which must begin at the value that the first of these offsets names. A window that does not begin with the
-// files' first offset, or ends before their last, can't be modified: StorageError::WindowViolation.
+// files' first offset, or ends before their last, can't be modified: StorageError::WindowViolation. Windows may have
+// the files open together with others; an array of whole files wants them alone when it opens them.
 //
 // In a message the array travels by reference: four numbers that say which part of the files it shows. The base name is
 // the text of the schema's factory, or the schema's name. A loaded array opens its files on first access, under the

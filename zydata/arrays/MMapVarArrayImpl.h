@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <exception>
+#include <span>
 #include <utility>
 
 #include "util/Error.h"
@@ -15,6 +16,8 @@ namespace ZyData {
 
 /// What a message brings must lie within what offsets can express.
 CORVANE_API void check_stored_window(const Schema& schema, const std::uint64_t (&window)[4]);
+/// How many offsets of a file count: all, or those up to which they rise when only zeros follow.
+CORVANE_API std::uint64_t used_offsets(std::span<const std::int32_t> offsets);
 /// Throws Util::Error unless the values begin where the offsets say.
 CORVANE_API void check_values_begin(const Schema& schema, std::uint64_t first_value, std::uint64_t base);
 [[noreturn]] CORVANE_API void throw_not_storable(const Schema& schema, const std::string& base_name);
@@ -136,9 +139,11 @@ void MMapVarArray<T>::open_and_check() const {
   Values& values = *this->shared_values();
   offsets.entries.ensure_open();
   const bool from_start = offsets.entries.storage().first() == 0;
+  const bool referenced = values.storage().is_referenced();
+  if (!referenced && offsets.entries.storage().is_open_ended())
+    offsets.entries.truncate(used_offsets(offsets.entries.elements()));
   const std::span<const std::int32_t> entries = offsets.entries.elements();
   const std::int64_t described = std::int64_t{entries.back()} - entries.front();
-  const bool referenced = values.storage().is_referenced();
   this->check_offsets(referenced ? values.size() : static_cast<std::uint64_t>(described));
   check_values_begin(*this->schema(), values.storage().first(), static_cast<std::uint64_t>(entries.front()));
   if (!referenced) values.expect(static_cast<std::uint64_t>(described), true);
@@ -146,6 +151,10 @@ void MMapVarArray<T>::open_and_check() const {
   offsets.base = static_cast<std::uint64_t>(entries.front());
   offsets.filled = entries.size() - 1;
   offsets.growable = from_start && offsets.entries.storage().reaches_end() && values.storage().reaches_end();
+  if (referenced) return;
+  // Of whole files, what is not used goes when they are closed; those of a window keep their lengths.
+  offsets.entries.storage().adopt(offsets.growable ? offsets.entries.capacity() : offsets.entries.size());
+  values.storage().adopt(offsets.growable ? values.capacity() : values.size());
 }
 
 }  // namespace ZyData

@@ -124,6 +124,8 @@ extern template class CORVANE_API Searchable<StringArray, SearchOps<std::string_
 /// A string array in which the position of a text is found without a scan.
 class CORVANE_API SearchableStringArray final : public Searchable<StringArray, SearchOps<std::string_view>> {
  public:
+  using StringArray::view;
+
   explicit SearchableStringArray(std::shared_ptr<Schema> schema) : Searchable(std::move(schema)) {}
 
   void vectorize(FrameList& frames, std::shared_ptr<DataObj> self) override;  // 29: extent, then offsets and bytes

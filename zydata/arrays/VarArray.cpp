@@ -29,39 +29,11 @@ std::uint64_t RunTable<Memory>::size() const {
 }
 
 template <class Memory>
-std::uint64_t RunTable<Memory>::shown_elements(std::uint64_t first, std::uint64_t count) const {
-  const std::uint64_t entries = d_offsets->entries.size();
-  return first + 1 >= entries ? 0 : std::min(count, entries - 1 - first);
-}
-
-template <class Memory>
 std::span<const std::int32_t> RunTable<Memory>::offsets() const {
   ensure_open();
   settle();
   if (d_offsets->entries.empty()) return {};
   return d_offsets->entries.elements().subspan(std::min(start(), d_offsets->entries.size() - 1), size() + 1);
-}
-
-template <class Memory>
-typename RunTable<Memory>::Range RunTable<Memory>::range(std::uint64_t i) const {
-  ensure_open();
-  const std::uint64_t k = start() + i;
-  UTIL_ASSERT(i < size());
-  if (k >= d_offsets->filled) return {};  // its offsets may not have been written yet
-  return between(d_offsets->entries[k], d_offsets->entries[k + 1]);
-}
-
-// Offsets in a file are checked again whenever they are used: something else may have written into the file.
-template <class Memory>
-typename RunTable<Memory>::Range RunTable<Memory>::between(std::int32_t first, std::int32_t end) const {
-  UTIL_ASSERT_TEXT(first >= 0 && end >= first,
-                   "(*offsets)[i+offset] >= 0 and (*offsets)[i+offset+1] >= (*offsets)[i+offset]");
-  const Range range{static_cast<std::uint64_t>(first) - d_offsets->base, static_cast<std::uint64_t>(end - first)};
-  if constexpr (Memory::kMapped) {
-    const std::uint64_t held = value_count();
-    UTIL_ASSERT(range.first <= held && range.size <= held - range.first);
-  }
-  return range;
 }
 
 template <class Memory>
@@ -77,6 +49,7 @@ template <class Memory>
 void RunTable<Memory>::check_modifiable() const {
   UTIL_ASSERT_TEXT(count() == kToTheEnd, "siz == (size_t)~0");
   if constexpr (Memory::kMapped) {
+    if (d_offsets->entries.closed()) throw_closed(d_offsets->entries.storage().file_name());
     if (!table().growable) throw StorageError::WindowViolation();
   }
 }

@@ -11,6 +11,7 @@
 // two threads at once.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -20,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "util/Assert.h"
 #include "util/Export.h"
 #include "util/USpan.h"
 #include "zydata/arrays/Array.h"
@@ -133,13 +135,36 @@ class RunTable : public VarArrayBase {
         open_stored();
     }
   }
-  Range range(std::uint64_t i) const;
+  /// Of one element. An index that is not below the size ends the program. Inline, as `between`: element access is
+  /// this.
+  Range range(std::uint64_t i) const {
+    ensure_open();
+    const std::uint64_t k = start() + i;
+    UTIL_ASSERT_TEXT(i < shown_elements(start(), count()), "i < size()");
+    if (k >= d_offsets->filled) return {};  // its offsets may not have been written yet
+    return between(d_offsets->entries[k], d_offsets->entries[k + 1]);
+  }
   /// What two offsets enclose. Offsets that fall or, in a file, lie outside the values end the program.
-  Range between(std::int32_t first, std::int32_t end) const;
+  Range between(std::int32_t first, std::int32_t end) const {
+    UTIL_ASSERT_TEXT(first >= 0 && end >= first,
+                     "(*offsets)[i+offset] >= 0 and (*offsets)[i+offset+1] >= (*offsets)[i+offset]");
+    Range range{static_cast<std::uint64_t>(first), static_cast<std::uint64_t>(end - first)};
+    if constexpr (Memory::kMapped) {
+      range.first -= d_offsets->base;
+      // Checked whenever they are used: something else may have written into the file.
+      const std::uint64_t held = value_count();
+      UTIL_ASSERT(range.first <= held && range.size <= held - range.first);
+    }
+    return range;
+  }
   /// First value and number of values of `count` elements from `first`, which counts from the offsets' start.
   Range values_of(std::uint64_t first, std::uint64_t count) const;
   /// Elements of the offsets that a view of `count` elements from `first` shows.
-  std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const;
+  std::uint64_t shown_elements(std::uint64_t first, std::uint64_t count) const {
+    const std::uint64_t entries = d_offsets->entries.size();
+    const std::uint64_t held = entries - std::min<std::uint64_t>(entries, 1);
+    return std::min(count, held - std::min(first, held));
+  }
   /// Throws StorageError::WindowViolation for a window of mapped files that does not reach their ends.
   void check_modifiable() const;
   /// Throws for a view: a column must grow with its vectors.

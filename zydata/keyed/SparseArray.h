@@ -2,7 +2,8 @@
 //
 // A long, mostly empty array costs its present entries only. An array shows the indices from `first` on, at most
 // `count` of them; several arrays may show parts of one table. Indices that are shown but not present read as the
-// default value.
+// default value. An array that shows everything from index 0 on takes negative indices, too: setting one moves `first`
+// down to it.
 //
 // Not for several threads: an array and the table that it shares belong to one thread at a time.
 #pragma once
@@ -39,6 +40,8 @@ struct SparseView {
   bool shows(std::int32_t index) const {
     return index >= first && static_cast<std::uint64_t>(std::int64_t{index} - first) < count;
   }
+  /// True when negative indices may be added.
+  bool is_whole() const { return first <= 0 && count == kToTheEnd; }
 };
 static_assert(sizeof(SparseView) == 16);
 
@@ -72,7 +75,8 @@ class SparseArray final : public DataObj {
   T value_at(int index) const;
   /// The value at an index, borrowed until the next insertion; null when it is not present.
   const T* find(int index) const;
-  /// Inserts or replaces the value at an index. True when it was not present.
+  /// Inserts or replaces the value at an index, also at a negative one in front of a whole array. True when it was not
+  /// present.
   bool set(int index, T value);
   /// Takes an entry out. False when it was not present.
   bool remove(int index);
@@ -90,6 +94,8 @@ class SparseArray final : public DataObj {
   SparseArray(std::shared_ptr<Schema> schema, std::shared_ptr<Table> table, SparseView view)
       : DataObj(std::move(schema)), d_table(std::move(table)), d_view(view) {}
   std::int32_t entry_of(int index) const;
+  /// The same for an index that need not be shown.
+  std::int32_t look_up(int index) const;
   static std::uint64_t hash_of(const Entry& entry) { return Util::index_hash(entry.index); }
 
   std::shared_ptr<Table> d_table;  // never null

@@ -18,6 +18,11 @@ namespace ZyData {
 template <class T>
 std::int32_t SparseArray<T>::entry_of(int index) const {
   if (!d_view.shows(index)) throw Util::Error("index bounds error");
+  return look_up(index);
+}
+
+template <class T>
+std::int32_t SparseArray<T>::look_up(int index) const {
   return d_table->find(Util::index_hash(index), [&](const Entry& entry) { return entry.index == index; });
 }
 
@@ -35,9 +40,11 @@ T SparseArray<T>::value_at(int index) const {
 
 template <class T>
 bool SparseArray<T>::set(int index, T value) {
-  const std::int32_t e = entry_of(index);
+  const bool in_front = index < d_view.first && d_view.is_whole();
+  const std::int32_t e = in_front ? look_up(index) : entry_of(index);
   if (e != Util::kChainEnd) {
     d_table->entries[static_cast<std::uint64_t>(e)].value = value;
+    if (in_front) d_view.first = index;
     return false;
   }
   if (d_table->entries.size() >= static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) {
@@ -48,6 +55,7 @@ bool SparseArray<T>::set(int index, T value) {
   Entry& entry = d_table->append(Util::index_hash(index));
   entry.index = index;
   entry.value = value;
+  if (in_front) d_view.first = index;
   return true;
 }
 

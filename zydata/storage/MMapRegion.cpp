@@ -28,7 +28,11 @@ const MMapRegion::Failure MMapRegion::kMapFailed{"Mapping file ", " to memory in
 const MMapRegion::Failure MMapRegion::kMapFailedInResize{"Mapping file ", " to memory in resize step fails!"};
 
 MMapRegion::MMapRegion(std::uint64_t unit, std::string file_name, std::uint64_t first, std::uint64_t length)
-    : d_unit(unit), d_first(first), d_length(length), d_file_name(std::move(file_name)) {
+    : d_unit(unit),
+      d_first(first),
+      d_length(length),
+      d_file_name(std::move(file_name)),
+      d_open_ended(length == kWholeFile) {
   UTIL_ASSERT(unit > 0);
 }
 
@@ -160,12 +164,12 @@ void MMapRegion::cut_to(std::uint64_t size) {
   d_resized = true;
 }
 
-// A file that can't be opened is reported by the query of its size; one that is open already, or that data from outside
-// have named, here.
+// A file that can't be opened is one whose size can't be queried, unless data from outside have named it.
 void MMapRegion::open_file() {
   if (!d_referenced) {
-    if (!d_file.open(d_file_name) && errno == EWOULDBLOCK) throw_open_failed(errno, d_file_name);
-    return;
+    if (d_file.open(d_file_name, is_part() ? Company::welcome : Company::refused)) return;
+    if (errno == EWOULDBLOCK) throw_open_failed(errno, d_file_name);
+    fail(errno, kNoInfo);
   }
   check_referenced_name(d_file_name);
   if (!d_file.open_referenced(d_file_name, foreign_mapped_files_allowed())) throw_open_failed(errno, d_file_name);

@@ -3,7 +3,8 @@
 // A region maps one file from its element `first` on. Its unit is the size of an element. It grows with the file, and
 // it is a storage backend, so that a Vector over it has the elements [first, first + size) of the file; when the vector
 // lets go, the file ends behind the last of them. A file that was neither created nor resized by its region, and whose
-// vector has as many elements as before, keeps its length.
+// vector has as many elements as before, keeps its length. A region of a part of a file may have it open together with
+// others; one of a whole file wants it alone.
 #pragma once
 
 #include <cstdint>
@@ -42,6 +43,8 @@ class CORVANE_API MMapRegion : public VStorageBase {
   std::uint64_t length() const { return d_length; }  // elements; kWholeFile while it is not known
   /// The address of element `first`; null while nothing is mapped.
   void* data() const { return d_data; }
+  /// True for a region that was to go up to the end of its file, wherever that is.
+  bool is_open_ended() const { return d_open_ended; }
   /// True when the file ends with the region, so that the region can grow.
   bool reaches_end() const { return d_reaches_end; }
 
@@ -67,6 +70,7 @@ class CORVANE_API MMapRegion : public VStorageBase {
   void refer_to(std::string file_name, std::uint64_t first, std::uint64_t length);
   bool is_referenced() const { return d_referenced; }
   bool contains(std::uint64_t) const { return true; }
+  void check_inside(std::uint64_t, std::uint64_t) const {}
   bool pending() const { return d_pending; }
   void* map_stored(std::uint64_t count);
   void unmap_stored() noexcept;
@@ -100,6 +104,8 @@ class CORVANE_API MMapRegion : public VStorageBase {
   void take(MappedView view);
   [[noreturn]] void fail(int error_number, const Failure& failure) const;
 
+  bool is_part() const { return d_first != 0 || !d_open_ended; }
+
   static const Failure kNoInfo, kNoInfoInResize, kNoDefaultSize, kResizeFailed, kMapFailed, kMapFailedInResize;
 
   std::uint64_t d_unit;    // bytes
@@ -113,6 +119,7 @@ class CORVANE_API MMapRegion : public VStorageBase {
 
   bool d_pending = true;        // nothing opened yet
   bool d_referenced = false;    // named by a message
+  bool d_open_ended;            // no length was given
   bool d_reaches_end = false;   // the file ends with the region
   bool d_resized = false;       // this region has set the file's length
   std::uint64_t d_adopted = 0;  // elements of the vector when the file was opened

@@ -103,6 +103,7 @@ void* VMMap::reallocate(void* /*old_data*/, std::uint64_t /*old_capacity*/, std:
   if (answer < 0) fail_resize(errno, kRequested, bytes);
   const auto old_bytes = static_cast<std::uint64_t>(answer);
   const bool grows = bytes > old_bytes;
+  const bool cuts = bytes < old_bytes && old_bytes - bytes >= d_extent.element_size;  // bytes of no element may stay
   if (grows && !d_file.set_length(bytes, old_bytes)) fail_resize(errno, kRequested, bytes);
   MappedView view;
   if (new_capacity > 0) {
@@ -111,9 +112,9 @@ void* VMMap::reallocate(void* /*old_data*/, std::uint64_t /*old_capacity*/, std:
     if (!view && grows) d_file.restore_length(old_bytes);
     if (!view) throw Util::Error(error_number, kMapFailed, d_file_name.c_str());
   }
-  if (!grows && !d_file.set_length(bytes, old_bytes)) fail_resize(errno, kRequested, bytes);
+  if (cuts && !d_file.set_length(bytes, old_bytes)) fail_resize(errno, kRequested, bytes);
   replace_view(std::move(view));
-  d_resized = true;
+  d_resized |= grows || cuts;
   d_pending = false;
   if (!d_view) return nullptr;
   clear_partial_element(old_bytes);
@@ -148,7 +149,8 @@ void VMMap::describe(FrameList& parts, const std::shared_ptr<void>& owner) {
 void VMMap::check_reference(std::uint64_t element_size) {
   const std::uint64_t page = Util::platform().page_size();
   const bool end_fits = d_extent.window_end == kNoWindowEnd || d_extent.window_end % page == 0;
-  if (d_extent.element_size != element_size || d_extent.window_begin % page != 0 || !end_fits) {
+  if (d_extent.element_size != element_size || d_extent.window_begin % page != 0 || !end_fits ||
+      d_extent.window_end < d_extent.window_begin) {
     throw Util::Error("the stored window of mmap file \"%s\" (bytes %u to %u, element size %lu) is damaged",
                       d_file_name.c_str(), d_extent.window_begin, d_extent.window_end,
                       static_cast<unsigned long>(d_extent.element_size));
@@ -190,9 +192,15 @@ void VMMap::become_unnamed_beside(const VMMap& other) {
 void VMMap::ensure_open() {
   if (d_file.is_open()) return;
   if (d_referenced) check_referenced_name(d_file_name);
-  const bool opened =
-      d_referenced ? d_file.open_referenced(d_file_name, foreign_mapped_files_allowed()) : d_file.open(d_file_name);
+  const Company company = has_window() || d_keep_contents ? Company::welcome : Company::refused;
+  const bool opened = d_referenced ? d_file.open_referenced(d_file_name, foreign_mapped_files_allowed())
+                                   : d_file.open(d_file_name, company);
   if (!opened) throw_open_failed(errno, d_file_name);
+}
+
+void VMMap::throw_outside(std::uint64_t last) const {
+  if (d_extent.window_end == kNoWindowEnd) checked_bytes(last == ~std::uint64_t{0} ? last : last + 1);
+  throw StorageError::WindowViolation();
 }
 
 /// The bytes of `count` elements. More than the window bounds can express are refused.

@@ -2,10 +2,14 @@
 //
 // The file holds element i at byte i * element size, nothing else. It is opened when it is first needed and closed when
 // the vector lets go; then it holds exactly the vector's elements, and a later stored_length() or reallocate() opens it
-// again. While two vectors have one file open, under whatever names, neither changes its length: that throws
-// Util::Error. A window restricts a vector to a range of the file: only that range is mapped. Window bounds are 32-bit
+// again. A window restricts a vector to a range of the file: only that range is mapped. Window bounds are 32-bit
 // byte offsets, so the elements of one file lie below 4 GiB; a request beyond that is refused before the file is
 // touched.
+//
+// A storage with a window, or one that keeps the file's contents, may have the file open together with others, under
+// whatever names, in one process or in several; any other wants it alone when it opens it. While two have it open,
+// neither changes its length: that throws Util::Error. Opening a file changes nothing of it and gives no blocks to its
+// holes.
 //
 // A storage that was loaded from a message names a file that somebody else wrote. It opens that file on first access
 // only, as it is: a regular file, never created, and of unchanged length until the program changes the number of its
@@ -27,6 +31,9 @@ namespace ZyData {
 /// are opened for writing, so allow it only for data whose origin is trusted. Off at first; for the whole process.
 CORVANE_API void allow_foreign_mapped_files(bool allowed);
 CORVANE_API bool foreign_mapped_files_allowed();
+
+/// Elements of `element_size` bytes that a mapped file can hold.
+constexpr std::uint64_t most_mapped_elements(std::uint64_t element_size) { return 0xffffffff / element_size; }
 
 /// As the last index of a window: no end. As its end in bytes: none was set.
 inline constexpr std::uint32_t kNoWindowEnd = 0xffffffff;
@@ -79,11 +86,18 @@ class CORVANE_API VMMap : public VStorageBase {
 
   /// True when element `index` lies in the window and, while a part of the file is mapped, not outside that part.
   bool contains(std::uint64_t index) const { return index - d_first_inside < d_inside; }
+  /// Throws StorageError::WindowViolation unless both elements lie there; Util::Error when no window keeps the last one
+  /// out, but the size of files.
+  void check_inside(std::uint64_t first, std::uint64_t last) const {
+    if (!contains(first) || !contains(last)) [[unlikely]]
+      throw_outside(last);
+  }
 
   // --- what a vector of loaded elements asks for ---
   /// Turns a storage that has opened nothing into one whose name and window come from a message.
   void await_reference() { d_referenced = d_pending = true; }
-  /// Throws Util::Error when what the message brought is no extent of elements of `element_size` bytes.
+  /// Throws Util::Error when what the message brought is no extent of elements of `element_size` bytes, or is one that
+  /// ends before it begins.
   void check_reference(std::uint64_t element_size);
   bool is_referenced() const { return d_referenced; }
   /// True until the elements of a loaded storage are first needed.
@@ -111,7 +125,9 @@ class CORVANE_API VMMap : public VStorageBase {
   };
   static_assert(sizeof(Extent) == 16);
 
+  bool has_window() const { return d_extent.window_begin != 0 || d_extent.window_end != kNoWindowEnd; }
   void ensure_open();
+  [[noreturn]] void throw_outside(std::uint64_t last) const;
   std::uint64_t checked_bytes(std::uint64_t count) const;
   [[noreturn]] void fail_resize(int error_number, const char* to_what, std::uint64_t bytes) const;
   MappedView map_window(std::uint64_t bytes);

@@ -1,7 +1,9 @@
 #include "zydata/storage/MappedFile.h"
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <thread>
 #include <utility>
 
 #include "util/Error.h"
@@ -12,6 +14,23 @@ namespace ZyData {
 namespace {
 
 constexpr unsigned kFilePermissions = 0644;
+constexpr auto kLongestChange = std::chrono::milliseconds(200);  // of a file's length by somebody else
+
+/// False, with EWOULDBLOCK, when somebody else has the file. A file system without locks keeps nobody out.
+bool lock(int fd, bool alone) { return Util::platform().lock(fd, alone) == 0 || errno != EWOULDBLOCK; }
+
+/// Who has a file alone is changing its length, which is soon done.
+bool lock_in_company(int fd) {
+  constexpr auto kStep = std::chrono::milliseconds(1);
+  for (auto waited = kStep; !lock(fd, false); waited += kStep) {
+    if (waited > kLongestChange) {
+      errno = EWOULDBLOCK;
+      return false;
+    }
+    std::this_thread::sleep_for(kStep);
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -59,25 +78,24 @@ MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
 }
 
 // The system would take a name up to its zero byte, which is another file.
-bool MappedFile::open(const std::string& name) {
+bool MappedFile::open(const std::string& name, Company company) {
   if (name.find('\0') != std::string::npos) {
     errno = EINVAL;
     return false;
   }
   const int fd = Util::platform().open_or_create(name.c_str(), kFilePermissions);
-  return take(fd >= 0 ? fd : Util::platform().open_existing(name.c_str()), true);
+  return take(fd >= 0 ? fd : Util::platform().open_existing(name.c_str()), company);
 }
 
 bool MappedFile::open_referenced(const std::string& name, bool follow_link) {
-  return take(Util::platform().open_regular(name.c_str(), follow_link), false);
+  return take(Util::platform().open_regular(name.c_str(), follow_link), Company::welcome);
 }
 
-bool MappedFile::take(int fd, bool alone) {
+bool MappedFile::take(int fd, Company company) {
   if (fd < 0) return false;
-  Util::Platform& platform = Util::platform();
-  if ((alone && platform.lock(fd, true) != 0) || platform.lock(fd, false) != 0) {
+  if ((company == Company::refused && !lock(fd, true)) || !lock_in_company(fd)) {
     const int error_number = errno;
-    platform.close(fd);
+    Util::platform().close(fd);
     errno = error_number;
     return false;
   }
@@ -100,12 +118,10 @@ void MappedFile::close() noexcept {
 
 std::int64_t MappedFile::size() const { return Util::platform().file_size(d_fd); }
 
-// Bytes are cut only when nothing else can fail any more.
 bool MappedFile::set_length(std::uint64_t length, std::uint64_t old_length) {
-  Util::Platform& platform = Util::platform();
-  if (length <= old_length) return platform.reserve_blocks(d_fd, length) == 0 && cut(length);
   if (!cut(length)) return false;
-  if (platform.reserve_blocks(d_fd, length) == 0) return true;
+  if (length <= old_length) return true;
+  if (Util::platform().reserve_blocks(d_fd, old_length, length - old_length) == 0) return true;
   restore_length(old_length);
   return false;
 }
@@ -113,8 +129,8 @@ bool MappedFile::set_length(std::uint64_t length, std::uint64_t old_length) {
 // A length that is right already may be set in company, too.
 bool MappedFile::cut(std::uint64_t length) {
   Util::Platform& platform = Util::platform();
-  const bool alone = platform.lock(d_fd, true) == 0;
-  int error_number = alone ? 0 : (errno == EWOULDBLOCK ? EBUSY : errno);
+  const bool alone = lock(d_fd, true);
+  int error_number = alone ? 0 : EBUSY;
   if (alone && platform.set_file_size(d_fd, length) != 0) error_number = errno;
   platform.lock(d_fd, false);
   if (error_number == 0 || (!alone && size() == static_cast<std::int64_t>(length))) return true;
@@ -129,8 +145,11 @@ void MappedFile::restore_length(std::uint64_t length) noexcept {
 }
 
 void throw_open_failed(int error_number, const std::string& file_name) {
-  if (error_number == EWOULDBLOCK)
-    throw Util::Error("mmap file \"%s\" is already open: a file belongs to one array at a time", file_name.c_str());
+  if (error_number == EWOULDBLOCK) {
+    Util::Error error("mmap file \"%s\" is already open: a file belongs to one array at a time", file_name.c_str());
+    error.set_error_number(EBUSY);
+    throw error;
+  }
   throw Util::Error(error_number, "failed to open mmap file \"%s\"", file_name.c_str());
 }
 

@@ -34,9 +34,12 @@ class CORVANE_API MappedView {
   std::uint64_t d_length = 0;
 };
 
-/// An open file is locked, in this process and for others: who opens it by its name must be alone, and then shares it
-/// only with those that data refer to it. The length can only be changed by one that is alone with the file again,
-/// because a view must not lose its file.
+/// Whether a file that is opened may be open elsewhere, in this process or in another.
+enum class Company { refused, welcome };
+
+/// An open file is locked, in this process and for others. Its length can only be changed by one that is alone with the
+/// file, because a view must not lose its file; nor does company ever get a file that somebody wants alone. Where the
+/// system has no locks for a file, nobody is kept out.
 class CORVANE_API MappedFile {
  public:
   MappedFile() = default;
@@ -48,16 +51,16 @@ class CORVANE_API MappedFile {
   int fd() const { return d_fd; }
 
   /// Opens or creates the file. EWOULDBLOCK: somebody has it open.
-  bool open(const std::string& name);
-  /// Opens a regular file that exists.
+  bool open(const std::string& name, Company company);
+  /// Opens a regular file that exists, in company.
   bool open_referenced(const std::string& name, bool follow_link);
   bool open_unnamed(const std::string& folder);
   void close() noexcept;
 
   /// -1 when the system can't tell.
   std::int64_t size() const;
-  /// Sets the length and reserves the blocks, so that no store into a view meets a full disk. When it fails, the length
-  /// is `old_length`, as it was before.
+  /// Sets the length and gives blocks to what is new, so that no store there meets a full disk. When it fails, the
+  /// length is `old_length`, as it was before.
   bool set_length(std::uint64_t length, std::uint64_t old_length);
   /// Sets the length only. EBUSY: somebody else has the file open.
   bool cut(std::uint64_t length);
@@ -65,7 +68,7 @@ class CORVANE_API MappedFile {
   void restore_length(std::uint64_t length) noexcept;
 
  private:
-  bool take(int fd, bool alone);
+  bool take(int fd, Company company);
 
   int d_fd = -1;  // -1: not open
 };

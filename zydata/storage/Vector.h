@@ -154,12 +154,10 @@ class Vector final : public VectorBase {
     if constexpr (S::kMapped) return d_storage.contains(index);
     return true;
   }
-  /// Throws StorageError::WindowViolation unless both elements lie in the window.
+  /// Throws StorageError::WindowViolation unless both elements lie in the window; Util::Error for elements that no
+  /// mapped file can hold.
   void check_window(std::uint64_t first, std::uint64_t last) const {
-    if constexpr (S::kMapped) {
-      if (!in_window(first) || !in_window(last)) [[unlikely]]
-        throw StorageError::WindowViolation();
-    }
+    if constexpr (S::kMapped) d_storage.check_inside(first, last);
   }
 
   /// A new, empty vector over a storage of the same kind.

@@ -1,13 +1,8 @@
 // Fixed-size arrays and single values, for every basic element type.
 #include "zydata/arrays/Array.h"
 
-#include <cstdint>
 #include <limits>
-#include <memory>
 #include <new>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "tests/support/TestObjects.h"
 #include "tests/support/TestSupport.h"
@@ -19,8 +14,7 @@
 namespace ZyData {
 namespace {
 
-using TestObjects::element;
-using TestObjects::Row;
+using namespace TestObjects;
 
 template <class T>
 std::vector<T> content(const std::shared_ptr<DataObj>& object) {
@@ -33,13 +27,6 @@ std::shared_ptr<Array<T>> array_of(int n) {
   auto array = std::make_shared<Array<T>>(make_schema<T>("a", 0x1));
   for (int i = 0; i < n; ++i) array->push_back(element<T>(i));
   return array;
-}
-
-template <class T>
-std::vector<T> elements(int first, int end) {
-  std::vector<T> result;
-  for (int i = first; i < end; ++i) result.push_back(element<T>(i));
-  return result;
 }
 
 template <class T>
@@ -113,10 +100,10 @@ TYPED_TEST(ArrayOf, ComesBackFromItsStoredFormWholeOrSliced) {
   using T = TypeParam;
   const auto array = array_of<T>(10);
   for (const auto& object : {std::shared_ptr<DataObj>(array), array->slice(3, 4), array->slice(9, 9)}) {
-    const auto bytes = TestObjects::stored(object);
-    const auto back = TestObjects::loaded(bytes);
+    const auto bytes = stored(object);
+    const auto back = loaded(bytes);
     EXPECT_TRUE(content<T>(back) == content<T>(object));
-    EXPECT_EQ(TestObjects::stored(back), bytes);
+    EXPECT_EQ(stored(back), bytes);
   }
   if constexpr (kIsIntegralElement<T>) {
     const std::vector<std::int32_t> ids = {static_cast<std::int32_t>(element<T>(8)),
@@ -142,7 +129,7 @@ TYPED_TEST(ArrayOf, SingleValueHoldsPrintsAndStoresOneElement) {
   EXPECT_PRINTS(value->print(1), expected.str());
   value->print(stream, 1);
   EXPECT_EQ(stream.str(), expected.str());
-  EXPECT_TRUE(TestObjects::loaded(TestObjects::stored(value))->template get<Value<T>>()->get_value() == element<T>(3));
+  EXPECT_TRUE(loaded(stored(value))->template get<Value<T>>()->get_value() == element<T>(3));
   for (const std::uint64_t n : {sizeof(T) - 1, sizeof(T), sizeof(T) + 1}) EXPECT_EQ(value->fits(n), n <= sizeof(T));
 }
 
@@ -181,19 +168,12 @@ TEST(Array, SlicesDoNotGrowButTakeSingleElementsAtTheVectorsEnd) {
 }
 
 TEST(Array, PrintStopsAtTheLimit) {
-  const auto array = std::make_shared<Array<int>>(make_schema<int>("ids", 0x1));
-  EXPECT_PRINTS(array->print(1), "    ids Array[0] = [ ]\n");
-  std::string expected;
-  for (int i = 1; i <= 20; ++i) {
-    array->push_back(i);
-    if (i <= 15) expected += " " + std::to_string(i);
-    const std::string head = "    ids Array[" + std::to_string(i) + "] = [";
-    EXPECT_PRINTS(array->print(1), head + expected + (i > 15 ? "... ]\n" : " ]\n"));
-  }
-  Array<char> letters(make_schema<char>("c", 0x1), 2);
-  letters.set(0, 'x'), letters.set(1, 'y');
-  EXPECT_PRINTS(letters.print(11), std::string(40, ' ') + "c Array[2] = [ x y ]\n");
-  EXPECT_PRINTS(letters.ArrayBase::size_bytes(), "ArrayBase attempts to call size_bytes()!\n");
+  const std::string fifteen = " 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15";
+  EXPECT_PRINTS(array_of<int>(0)->print(1), "    a Array[0] = [ ]\n");
+  EXPECT_PRINTS(array_of<int>(15)->print(0), "a Array[15] = [" + fifteen + " ]\n");
+  EXPECT_PRINTS(array_of<int>(16)->print(0), "a Array[16] = [" + fifteen + "... ]\n");
+  EXPECT_PRINTS(array_of<int>(1)->print(11), std::string(40, ' ') + "a Array[1] = [ 1 ]\n");
+  EXPECT_PRINTS(array_of<int>(1)->ArrayBase::size_bytes(), "ArrayBase attempts to call size_bytes()!\n");
 }
 
 TEST(Array, RefusesElementsOfAnotherType) {
@@ -235,9 +215,8 @@ TEST(Array, StructuresOfMoreThanNumbersCannotBeStored) {
   register_class_type<Leaky<const void*>>();
   register_class_type<Leaky<int>>();
   const auto expect_refused = [](const std::shared_ptr<Schema>& schema) {
-    EXPECT_ERROR(
-        TestObjects::stored(schema->factory()->create(schema)),
-        "can't vectorize type 0x" + std::to_string(schema->kind()) + " [" + kind_to_string(schema->kind()) + "]");
+    EXPECT_ERROR(stored(schema->factory()->create(schema)), "can't vectorize type 0x" + std::to_string(schema->kind()) +
+                                                                " [" + kind_to_string(schema->kind()) + "]");
   };
   for (const std::uint32_t kind : {0x0u, 0x1u}) {
     expect_refused(make_schema<Row>("x", kind));

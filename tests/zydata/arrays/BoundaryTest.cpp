@@ -1,11 +1,5 @@
 // Arrays that are as long as they can be. They take gigabytes: skipped, with a word, where that is too much.
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <string>
 
 #include "mpsys/FileConnection.h"
 #include "tests/support/TestSupport.h"

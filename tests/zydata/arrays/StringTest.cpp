@@ -1,12 +1,6 @@
 // Texts and lists of texts, beyond what text arrays share with variable arrays.
 #include "zydata/arrays/String.h"
 
-#include <cstdint>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include "tests/support/TestObjects.h"
 #include "tests/support/TestSupport.h"
 #include "zydata/schema/TypeRegistry.h"
@@ -45,6 +39,9 @@ TEST(StringArray, ElementIsOneHeldTextThatTheNextAccessOverwrites) {
   EXPECT_EQ(a, "first");
   array->element(1);
   EXPECT_EQ(a, "second");
+  SearchableStringArray searchable(make_schema<const char*>("names", kKindHashed | kKindString | kKindArray));
+  searchable.append("text");
+  EXPECT_EQ(searchable.view(0), "text");
 }
 
 TEST(StringArray, TakesTextsAsGenericValuesAndAsAList) {
@@ -64,13 +61,14 @@ TEST(StringArray, TakesTextsAsGenericValuesAndAsAList) {
 TEST(StringArray, PrintStopsAtTheLimit) {
   const auto array = names();
   EXPECT_PRINTS(array->print(0), "names StringArray[0] = [ ]\n");
-  std::string expected;
-  for (int i = 1; i <= 16; ++i) {
+  std::string texts;
+  for (int i = 0; i < 15; ++i) {
     array->append(i == 2 ? "" : "n");
-    if (i <= 15) expected += i == 2 ? "\"\" " : "\"n\" ";
-    const std::string head = "    names StringArray[" + std::to_string(i) + "] = [ ";
-    EXPECT_PRINTS(array->print(1), head + expected + (i > 15 ? " ...]\n" : "]\n"));
+    texts += i == 2 ? "\"\" " : "\"n\" ";
   }
+  EXPECT_PRINTS(array->print(1), "    names StringArray[15] = [ " + texts + "]\n");
+  array->append("n");
+  EXPECT_PRINTS(array->print(0), "names StringArray[16] = [ " + texts + " ...]\n");
 }
 
 }  // namespace

@@ -159,6 +159,11 @@ TEST(SparseArray, AbsentIndicesReadAsTheDefaultValueAndHiddenOnesThrow) {
   const auto end = std::dynamic_pointer_cast<SparseArray<int>>(array->slice(INT32_MAX, kToTheEnd));
   EXPECT_EQ(end->size(), 1U);
   EXPECT_ERROR(array->slice(std::uint64_t{1} << 31, 1), "index bounds error");
+  EXPECT_ERROR(part->set(-1, 1), "index bounds error");
+  EXPECT_TRUE(array->set(-7, 8) && !array->set(-7, 9) && array->set(INT32_MIN, 3));
+  EXPECT_PRINTS(array->print(0), "s SparseArray = [ 2147483647:1 14:9 -7:9 -2147483648:3 ]\n");
+  const auto again = loaded(stored(array))->get<SparseArray<int>>();
+  EXPECT_TRUE(again->first() == INT32_MIN && again->value_at(-7) == 9 && again->value_at(-6) == 0);
 }
 
 TEST(SparseArray, PrintsTheIndicesThatItShows) {

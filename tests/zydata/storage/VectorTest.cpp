@@ -1,14 +1,8 @@
 // Process memory and the growth rules of vectors.
 #include "zydata/storage/Vector.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <limits>
-#include <memory>
 #include <new>
-#include <string>
-#include <vector>
 
 #include "tests/support/TestObjects.h"
 #include "tests/support/TestSupport.h"

@@ -160,7 +160,9 @@ std::vector<std::map<EM2DVia*, int>> MeshTables::via_maps(const Table<std::strin
     const ViaMeshProxy row = rows[i];
     if (row.meshid.size() > maps.size()) maps.resize(row.meshid.size());
     for (std::size_t m = 0; m < row.meshid.size(); ++m) {
-      if (row.meshid[m] != -1) maps[m][look_up(vias, std::string(row.via))] = row.meshid[m];
+      if (row.meshid[m] == -1) continue;
+      EM2DVia* via = at_row(ViaMeshProxy::kTable, i, [&] { return look_up(vias, std::string(row.via)); });
+      maps[m][via] = row.meshid[m];
     }
   }
   return maps;

@@ -33,7 +33,7 @@ struct FileContent {
   std::vector<ContentGap> gaps;  // in the order of the tables in a new file; none: it is whole
 
   /// What is missing, in one sentence; empty for nothing.
-  std::string text() const;
+  CORVANE_API std::string text() const;
 };
 
 /// What a loaded tree is, and which parts of that it lacks: the one answer for all who open, draw or check files.

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "tools/corvane/support/LineText.h"
+#include "tools/corvane/support/PendingFolder.h"
 
 namespace CorvaneTool {
 namespace {
@@ -65,22 +66,18 @@ std::string origin_path(const std::string& file) {
 }
 
 void write_origin(const std::string& file, const Origin& origin) {
-  const std::string path = origin_path(file), temporary = path + ".writing";
+  const fs::path path = origin_path(file);
   const nlohmann::ordered_json entries = {{"version", kVersion},
                                           {"file_digest", digest_of_file(file)},
                                           {"source", origin.source},
                                           {"source_digest", origin.source_digest}};
+  PendingFolder pending(path.parent_path().string());
   errno = 0;
-  std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
+  std::ofstream stream(pending.file("origin"), std::ios::binary);
   stream << entries.dump(2, ' ', false, json::error_handler_t::replace) << '\n';
   stream.close();
-  std::error_code error;
-  if (stream) fs::rename(temporary, path, error);
-  if (stream && !error) return;
-  std::error_code ignored;
-  fs::remove(temporary, ignored);
-  if (error) errno = error.value();
-  fail(path, "written");
+  if (!stream) fail(path.string(), "written");
+  pending.commit("origin", path.filename().string());
 }
 
 std::optional<Origin> read_origin(const std::string& file) {
@@ -96,6 +93,7 @@ std::optional<Origin> read_origin(const std::string& file) {
 }
 
 std::optional<MeshSource> source_of_mesh(const std::string& mesh_file) {
+  if (fs::path(mesh_file).stem() != kMeshName) return std::nullopt;
   const std::optional<Origin> origin = read_origin(mesh_file);
   if (!origin) return std::nullopt;
   const fs::path name = fs::path(origin->source).filename();
@@ -116,6 +114,13 @@ std::string in_words(const MeshSource& source) {
       return text + ", which is not there any more";
   }
   return text;
+}
+
+nlohmann::ordered_json to_json(const MeshSource& source) {
+  const char* state = source.state == MeshSource::State::Current   ? "current"
+                      : source.state == MeshSource::State::Changed ? "changed"
+                                                                   : "gone";
+  return {{"database", source.database}, {"state", state}};
 }
 
 }  // namespace CorvaneTool

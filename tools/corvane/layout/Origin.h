@@ -5,6 +5,7 @@
 // file beside it now has tells nothing. Programs of this repository write them when they are done with the file.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
@@ -42,5 +43,8 @@ std::optional<MeshSource> source_of_mesh(const std::string& mesh_file);
 /// "made from board.zydat", "made from board.zydat, which has changed since: the mesh is stale"; control characters are
 /// escaped.
 std::string in_words(const MeshSource& source);
+
+/// {"database": "board.zydat", "state": "current"}; the state may also be "changed" or "gone".
+nlohmann::ordered_json to_json(const MeshSource& source);
 
 }  // namespace CorvaneTool

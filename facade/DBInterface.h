@@ -3,8 +3,9 @@
 //
 // The 25 operations form one table, in this order. A `write` copies objects into tables; a `read` creates new objects,
 // appends them to the given vector and hands them to the caller, who deletes them. Every failure is thrown: Util::Error
-// for damaged or missing data, std::out_of_range for a reference that the given tables do not resolve (objects appended
-// before stay in the vector), and std::filesystem::filesystem_error for a directory. Not for several threads.
+// for damaged or missing data, DanglingReference, a std::out_of_range, for a reference that the given tables do not
+// resolve (objects appended before stay in the vector), and std::filesystem::filesystem_error for a directory. Not for
+// several threads.
 #pragma once
 
 #include <map>
@@ -12,6 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "facade/DanglingReference.h"
 #include "model/ModelTypes.h"
 #include "util/Export.h"
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "facade/Lookup.h"
 #include "facade/RowFields.h"
 #include "util/Assert.h"
 #include "zydata/object/data.h"
@@ -58,7 +59,7 @@ void read_rows(ZyData::DataObj& tree, std::vector<Object*>& objects, Make&& make
   const RowReader<P> rows(tree);
   objects.reserve(objects.size() + rows.size());
   for (std::uint64_t i = 0; i < rows.size(); ++i) {
-    std::unique_ptr<Object> object = make(rows[i]);
+    std::unique_ptr<Object> object = at_row(P::kTable, i, [&] { return make(rows[i]); });
     objects.push_back(object.get());
     object.release();
   }

@@ -155,7 +155,9 @@ void PolyViaTable::read(ZyData::DataObj& tree, std::vector<EM2DVia*>& vias, cons
   const EndLookup ends(nets, vertices, rows.size());
   std::vector<std::unique_ptr<EM2DVia>> made;
   made.reserve(rows.size());
-  for (std::uint64_t i = 0; i < rows.size(); ++i) made.push_back(ends(rows[i], ModelAccess::make_poly_via));
+  for (std::uint64_t i = 0; i < rows.size(); ++i) {
+    made.push_back(at_row(EM2DPolyViaProxy::kTable, i, [&] { return ends(rows[i], ModelAccess::make_poly_via); }));
+  }
   vias.reserve(vias.size() + made.size());
   for (auto& via : made) vias.push_back(via.release());
 }

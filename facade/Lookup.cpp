@@ -1,9 +1,13 @@
 #include "facade/Lookup.h"
 
-#include <stdexcept>
+#include <utility>
 
 namespace Mesh2DPlat {
 
-void throw_missing_key() { throw std::out_of_range("invalid unordered_map<K, T> key"); }
+DanglingReference::DanglingReference(std::string id)
+    : std::out_of_range("invalid unordered_map<K, T> key"), d_id(std::move(id)) {}
+
+void throw_missing_key(int id) { throw DanglingReference(std::to_string(id)); }
+void throw_missing_key(const std::string& name) { throw DanglingReference(name); }
 
 }  // namespace Mesh2DPlat

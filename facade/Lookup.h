@@ -10,16 +10,29 @@
 #include <vector>
 
 #include "facade/DBInterface.h"
+#include "facade/DanglingReference.h"
 
 namespace Mesh2DPlat {
 
-[[noreturn]] void throw_missing_key();
+[[noreturn]] void throw_missing_key(int id);
+[[noreturn]] void throw_missing_key(const std::string& name);
 
-/// The entry of a table. Throws std::out_of_range when there is none.
+/// Does the work of one row; a reference that leads nowhere gets the row's place.
+template <class Work>
+auto at_row(const char* table, std::uint64_t row, Work&& work) {
+  try {
+    return work();
+  } catch (DanglingReference& error) {
+    error.set_place(table, row);
+    throw;
+  }
+}
+
+/// The entry of a table. Throws DanglingReference when there is none.
 template <class Key, class Object>
 Object* look_up(const Table<Key, Object>& table, const Key& key) {
   const auto found = table.find(key);
-  if (found == table.end()) throw_missing_key();
+  if (found == table.end()) throw_missing_key(key);
   return found->second;
 }
 
@@ -44,11 +57,11 @@ class IdLookup {
     for (const auto& [id, object] : table) d_objects[static_cast<std::uint64_t>(id - low)] = object;
   }
 
-  /// Throws std::out_of_range for an id that is not in the table.
+  /// Throws DanglingReference for an id that is not in the table.
   Object* operator[](int id) const {
     if (d_objects.empty()) return look_up(d_table, id);
     const auto place = static_cast<std::uint64_t>(std::int64_t{id} - d_low);
-    if (place >= d_objects.size() || d_objects[place] == absent()) throw_missing_key();
+    if (place >= d_objects.size() || d_objects[place] == absent()) throw_missing_key(id);
     return d_objects[place];
   }
 
@@ -70,7 +83,7 @@ class NameLookup {
  public:
   explicit NameLookup(const Table<std::string, Object>& table) : d_table(table) {}
 
-  /// Null for an empty name. Throws std::out_of_range for a name that is not in the table.
+  /// Null for an empty name. Throws DanglingReference for a name that is not in the table.
   Object* operator[](std::string_view name) {
     if (name.empty()) return nullptr;
     if (d_last < d_known.size() && d_known[d_last].first == name) return d_known[d_last].second;

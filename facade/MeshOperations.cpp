@@ -39,9 +39,11 @@ Shapes make_shapes(const RowReader<EM2DShapeProxy>& rows, LayerOf&& layer, NetOf
   Shapes shapes;
   shapes.reserve(rows.size());
   for (std::uint64_t i = 0; i < rows.size(); ++i) {
-    const EM2DShapeProxy row = rows[i];
-    EM2DLayer* at = layer(row.layer);
-    shapes.push_back(ModelAccess::make_shape(row, at, net(row.net)));
+    shapes.push_back(at_row(EM2DShapeProxy::kTable, i, [&] {
+      const EM2DShapeProxy row = rows[i];
+      EM2DLayer* at = layer(row.layer);
+      return ModelAccess::make_shape(row, at, net(row.net));
+    }));
   }
   return shapes;
 }

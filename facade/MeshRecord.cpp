@@ -41,8 +41,6 @@ CORVANE_CHECK_ELEMENTS(MeshPolygonProxy);
 static_assert(std::is_default_constructible_v<SImesh2D> && std::is_move_assignable_v<SImesh2D>,
               "a mesh is built beside the caller's and then moved into it");
 
-constexpr const char* kNegativePolygons = "negpolymesh";
-
 // The order in which the tables stand in a file.
 void define_plane_tables(ZyData::Schema& top) {
   define_frame<MeshLayerProxy>(top);
@@ -160,7 +158,9 @@ std::vector<std::map<EM2DVia*, int>> MeshTables::via_maps(const Table<std::strin
     const ViaMeshProxy row = rows[i];
     if (row.meshid.size() > maps.size()) maps.resize(row.meshid.size());
     for (std::size_t m = 0; m < row.meshid.size(); ++m) {
-      if (row.meshid[m] != -1) maps[m][look_up(vias, std::string(row.via))] = row.meshid[m];
+      if (row.meshid[m] == -1) continue;
+      EM2DVia* via = at_row(ViaMeshProxy::kTable, i, [&] { return look_up(vias, std::string(row.via)); });
+      maps[m][via] = row.meshid[m];
     }
   }
   return maps;

@@ -3,7 +3,6 @@
 #include <functional>
 #include <limits>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -181,18 +180,19 @@ Table<int, Object> table_of(std::initializer_list<int> ids, int padding) {
   return table;
 }
 
-/// What a read throws and how many objects it leaves.
+/// How many objects a read leaves, and what it throws: text, table, row and id.
 std::string missing_key(const std::function<std::size_t()>& count, const std::function<void()>& read) {
   try {
     read();
-  } catch (const std::out_of_range& error) {
-    return std::to_string(count()) + " " + error.what();
+  } catch (const DanglingReference& error) {
+    return std::to_string(count()) + " " + error.what() + ", " + error.table() + " row " + std::to_string(error.row()) +
+           ": " + error.id();
   }
   return "nothing thrown";
 }
 
 TEST_F(Entities, BeforeAMissingReferenceStay) {
-  const std::string text = " invalid unordered_map<K, T> key";
+  const std::string text = " invalid unordered_map<K, T> key, ";
   Layout all;
   EM2DLayer* layers[] = {all.layers.add(1, "A", 0), all.layers.add(-2, "B", 0), all.layers.add(3, "C", 0)};
   EM2DNet* nets[] = {all.nets.add(1, EM2DNet::Type::None, ""), all.nets.add(2, EM2DNet::Type::None, "")};
@@ -212,20 +212,31 @@ TEST_F(Entities, BeforeAMissingReferenceStay) {
     const auto layer = [&](std::initializer_list<int> ids) { return table_of<EM2DLayer>(ids, padding); };
     const auto net = [&](std::initializer_list<int> ids) { return table_of<EM2DNet>(ids, padding); };
     const auto vertex = [&](std::initializer_list<int> ids) { return table_of<EM2DVertex>(ids, padding); };
-    const auto expect_missing = [&](auto& objects, std::size_t kept, const std::function<void()>& read) {
-      EXPECT_EQ(missing_key([&] { return objects.size(); }, read), std::to_string(kept) + text);
+    const auto expect_missing = [&](auto& objects, std::size_t kept, const char* where,
+                                    const std::function<void()>& read) {
+      EXPECT_EQ(missing_key([&] { return objects.size(); }, read), std::to_string(kept) + text + where);
     };
     Layout out[9];
-    expect_missing(out[0].signals, 2, [&] { d_db.read(out[0].signals, layer({1, 3})); });
-    expect_missing(out[0].traces, 2, [&] { d_db.read(out[0].traces, net({1}), vertex({0, 1, 2})); });
-    expect_missing(out[1].traces, 1, [&] { d_db.read(out[1].traces, net({1, 2}), vertex({0, 2})); });
-    expect_missing(out[0].vias, 1, [&] { d_db.read(out[0].vias, net({1, 2}), vertex({0, 2})); });
-    expect_missing(out[1].vias, 3, [&] { d_db.read(out[1].vias, net({1}), vertex({0, 1, 2})); });
-    expect_missing(out[0].shapes, 2, [&] { d_db.read(out[0].shapes, layer({1, -2}), net({1}), ""); });
-    expect_missing(out[1].shapes, 0, [&] { d_db.read(out[1].shapes, layer({1, -2, 3}), net({2}), ""); });
-    expect_missing(out[0].circuits, 1, [&] { d_db.read(out[0].circuits, vertex({0, 2})); });
+    expect_missing(out[0].signals, 2, "em2dsignal row 2: -2", [&] { d_db.read(out[0].signals, layer({1, 3})); });
+    expect_missing(out[0].traces, 2, "em2dtrace row 2: 2", [&] {
+      d_db.read(out[0].traces, net({1}), vertex({0, 1, 2}));
+    });
+    expect_missing(out[1].traces, 1, "em2dtrace row 1: 1", [&] {
+      d_db.read(out[1].traces, net({1, 2}), vertex({0, 2}));
+    });
+    expect_missing(out[0].vias, 1, "em2dvia row 1: 1", [&] { d_db.read(out[0].vias, net({1, 2}), vertex({0, 2})); });
+    expect_missing(out[1].vias, 3, "em2dpolyvia row 1: 2", [&] {
+      d_db.read(out[1].vias, net({1}), vertex({0, 1, 2}));
+    });
+    expect_missing(out[0].shapes, 2, "em2dshape row 2: 3", [&] {
+      d_db.read(out[0].shapes, layer({1, -2}), net({1}), "");
+    });
+    expect_missing(out[1].shapes, 0, "em2dshape row 0: 1", [&] {
+      d_db.read(out[1].shapes, layer({1, -2, 3}), net({2}), "");
+    });
+    expect_missing(out[0].circuits, 1, "em2dcircuit row 1: 1", [&] { d_db.read(out[0].circuits, vertex({0, 2})); });
     // Names decide; ids are not even looked at.
-    expect_missing(out[0].vertices, 1, [&] {
+    expect_missing(out[0].vertices, 1, "em2dvertex row 1: B", [&] {
       d_db.read(out[0].vertices, layer({1, -2, 3}), {{"A", nullptr}, {"C", nullptr}});
     });
     EXPECT_TRUE(d_db.read(out[2].shapes, layer({1, -2, 3}), net({1}), ""));

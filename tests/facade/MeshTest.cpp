@@ -193,17 +193,18 @@ TEST_F(Mesh, FailedReadChangesNothing) {
   d_db.write(&mesh, d_maps, d_layout.shapes);
   const std::string good = read_file(file());
   expect_unchanged([&](SImesh2D& kept, ViaTable& vias, ViaMaps& maps) {
-    const auto missing = [&](auto... arguments) {
+    const auto missing = [&](const std::string& where, auto... arguments) {
       try {
         d_db.read(&kept, vias, arguments...);
         ADD_FAILURE();
-      } catch (const std::out_of_range& error) {
+      } catch (const DanglingReference& error) {
         EXPECT_STREQ(error.what(), "invalid unordered_map<K, T> key");
+        EXPECT_EQ(error.table() + " " + std::to_string(error.row()) + " " + error.id(), where);
       }
     };
     const Table<int, EM2DLayer> layers = d_layout.layers.by(&EM2DLayer::id);
-    missing(layers, Table<int, EM2DNet>(), vias_by_name(), &shapes, &maps);
-    missing(layers, d_layout.nets.by(&EM2DNet::id), Table<std::string, EM2DVia>(), &shapes, &maps);
+    missing("em2dshape 0 1", layers, Table<int, EM2DNet>(), vias_by_name(), &shapes, &maps);
+    missing("viamesh 0 ", layers, d_layout.nets.by(&EM2DNet::id), Table<std::string, EM2DVia>(), &shapes, &maps);
   });
   d_db.openem(false, "layout");
   d_db.save("layout");

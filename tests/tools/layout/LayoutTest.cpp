@@ -209,7 +209,8 @@ Layout sample(int change = 0) {
   EM2DNet* net = layout.nets.make(5, static_cast<EM2DNet::Type>(type), text("GND"));
   layout.signals.make(0, "top", 1, changed() ? nullptr : top);
   const double x = number(0.1);
-  EM2DVertex* start = layout.vertices.make(0, "a", x, 2, 1, 0, top, nullptr, changed() ? nullptr : low, 1);
+  const double y = number(2), z = number(1);
+  EM2DVertex* start = layout.vertices.make(0, "a", x, y, z, 0, top, nullptr, changed() ? nullptr : low, 1);
   EM2DVertex* end = layout.vertices.make(3, "b", 4, 5, 1, 0, top, nullptr, low, 1);
   EM2DNet* trace_net = changed() ? none : net;
   layout.traces.make("T1", trace_net, start, end, whole(end->id()));
@@ -246,6 +247,8 @@ TEST(LayoutCompare, EveryChangeIsNamed) {
                                                 "emnet row 1: name is \"GND'\", not \"GND\"",
                                                 "em2dsignal row 0: patch is missing",
                                                 "em2dvertex row 0: x is 0.10000000000000002, not 0.1",
+                                                "em2dvertex row 0: y is 2.0000000000000004, not 2",
+                                                "em2dvertex row 0: z is 1.0000000000000002, not 1",
                                                 "em2dvertex row 0: lowlayer is missing",
                                                 "em2dtrace row 0: net is 0, not 5",
                                                 "em2dtrace row 0: option is 4, not 3",

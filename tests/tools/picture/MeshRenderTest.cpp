@@ -63,7 +63,7 @@ TEST_F(RenderMesh, FacesHaveTheNetsOfThePolygonsAroundThem) {
   SImesh2D mesh = two_squares();
   const json picture = picture_of(save(mesh), "--width 400", {"5,2", "9,5.5", "11,5.5", "18,5.5", "5,10.2"});
   EXPECT_EQ(contents, "1 layer, 8 faces, 2 polygons");
-  EXPECT_EQ(picture["paths"], json({"R", "L"}));
+  EXPECT_EQ(picture["nets"], json({"R", "L"}));
   EXPECT_EQ(picture["layers"], json({"TOP"}));
   EXPECT_EQ(net_at(picture, "5,2"), "largest");
   EXPECT_EQ(net_at(picture, "9,5.5"), "largest");
@@ -106,13 +106,21 @@ TEST_F(RenderMesh, FollowsIdsThatAreNoPositions) {
   for (SImesh2D::Polygon& polygon : mesh.polygons) {
     for (int& node : polygon.nodes) node = 1000 - node;
   }
-  EXPECT_EQ(picture_of(save(mesh))["paths"], json({"R", "L"}));
+  EXPECT_EQ(picture_of(save(mesh))["nets"], json({"R", "L"}));
 }
 
-TEST_F(RenderMesh, AnEmptyOneIsAnEmptyPicture) {
-  SImesh2D mesh;
-  EXPECT_EQ(picture_of(save(mesh))["texts"][2], "nothing to draw");
+TEST_F(RenderMesh, CountsWhatHasTooFewCornersToBeDrawn) {
+  SImesh2D empty, mesh = two_squares();
+  EXPECT_EQ(picture_of(save(empty))["texts"][2], "nothing to draw");
   EXPECT_EQ(contents, "nothing to draw");
+  mesh.faces[0].nodes = {};
+  mesh.faces[7].nodes = {3, 4};
+  mesh.polygons[1].nodes = {};
+  mesh.addNegPolygon({-1, -1, 0, -1, 0, 5, "", {1}, {}});
+  mesh.addSpecialVoid({-1, 0, 0, "", {}});
+  picture_of(save(mesh));
+  EXPECT_EQ(contents,
+            "1 layer, 6 faces, 1 polygon, 2 faces without an area not drawn, 3 polygons without an area not drawn");
 }
 
 TEST_F(RenderMesh, NamesTheRowWhoseReferenceLeadsNowhere) {
@@ -143,7 +151,7 @@ TEST_F(RenderMesh, NamesTheRowWhoseReferenceLeadsNowhere) {
       {[](SImesh2D& mesh) { mesh.nodes[4].id = 3; },
        "meshpolygon row 0: column \"node\" names 4, which is not in table \"meshnode\""},
       {[](SImesh2D& mesh) { mesh.nodes[4].y = std::numeric_limits<double>::infinity(); },
-       "meshnode row 4: inf is no length up to a kilometre"}};
+       "meshnode row 4: inf, no length up to a kilometre"}};
   for (const auto& [change, message] : table) {
     SImesh2D mesh = two_squares();
     change(mesh);

@@ -1,6 +1,7 @@
 // Pictures of layouts, and the verb that draws them.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <functional>
 #include <limits>
@@ -38,7 +39,7 @@ class RenderLayout : public Pictures {
   }
 
   std::string imported_board() {
-    import_board({kOwnBoard, folder.path(), "board", 1, 1}, [](const std::string&) {});
+    import_board({kOwnBoard, folder.path(), "board"}, [](const std::string&, int) {});
     return folder.path("board.zydat");
   }
 };
@@ -111,12 +112,15 @@ TEST_F(RenderLayout, AnyNameMakesAValidPicture) {
                                   "b\xff\xc0\xaf]]>\xef\xbf\xbf\xf0\x9f\x94\x8c");
   layout.shapes.make("&amp;", layer, net, EM2DShape::Type::Pad, 0, std::vector<double>{0, 0, 1, 0, 1, 1});
   EM2DNet* longer = layout.nets.make(2, EM2DNet::Type::Signal, std::string(500, 'x'));
+  layout.shapes.make("", layer, longer, EM2DShape::Type::Pad, 0, std::vector<double>{0, 0, 1, 0, 1, 1});
   layout.shapes.make("", layer, longer, EM2DShape::Type::Pad, 0, std::vector<double>{0, 0, 1, 0});
   const json picture = picture_of(save(layout), "--layer '<\"L&1\">'");
   EXPECT_EQ(picture["layers"], json({"<\"L&1\">"}));
   EXPECT_EQ(picture["paths"][1], "&amp;, ab]]>\xf0\x9f\x94\x8c");
   EXPECT_EQ(picture["texts"][2], "ab]]>\xf0\x9f\x94\x8c");
   EXPECT_EQ(picture["texts"][3], std::string(27, 'x') + "…");
+  EXPECT_EQ(picture["paths"][0], std::string(63, 'x') + "…") << "a long name is not written at every item";
+  EXPECT_EQ(contents, "1 layer, 2 shapes, 1 shape without an area not drawn");
 }
 
 TEST_F(RenderLayout, DrawsAnyExtent) {
@@ -140,30 +144,67 @@ TEST_F(RenderLayout, DrawsAnyExtent) {
   EXPECT_EQ(empty["texts"][2], "nothing to draw");
 }
 
-TEST_F(RenderLayout, RefusesWhatCannotBeDrawn) {
-  const std::string out = " " + folder.path("out.svg");
-  const auto with = [&](const std::function<void(Layout&)>& change) {
-    Layout layout = two_nets();
-    change(layout);
-    return refusal_of(save(layout) + out);
-  };
+TEST_F(RenderLayout, PathsStayShortEnoughForReaders) {
+  Layout layout = two_nets();
+  std::vector<double> ring;
+  for (int i = 0; i < 200'000; ++i) {
+    const double angle = i * 6.283185307179586 / 200'000, radius = i % 2 == 0 ? 400 : 380;
+    ring.insert(ring.end(), {radius * std::cos(angle), radius * std::sin(angle)});
+  }
+  layout.shapes.make("round", layout.layers[0], layout.nets[0], EM2DShape::Type::Fill, 0, ring);
+  for (int i = 0; i < 60'000; ++i) layout.traces.make("T", layout.nets[1], layout.vertices[1], layout.vertices[2], 0);
+  const json picture = picture_of(save(layout), "--width 400", {"0,-300", "395,395"});
+  EXPECT_LT(picture["longest"], 600'000);
+  EXPECT_GT(picture["longest"], 400'000) << "no shorter than it must be";
+  EXPECT_EQ(picture["segments"], 60'001);
+  EXPECT_NE(picture["colours"]["0,-300"], kPanel);
+  EXPECT_EQ(picture["colours"]["395,395"], kPanel);
+}
+
+TEST_F(RenderLayout, RefusesWhatCannotBeDrawnAsCheckDoes) {
+  using Change = std::function<void(Layout&)>;
+  const double infinity = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
   const auto shape = [](std::vector<double> ring) {
     return [ring](Layout& layout) {
       layout.shapes.make("S", layout.layers[0], layout.nets[0], EM2DShape::Type::Fill, 0, ring);
     };
   };
-  const std::string file = folder.path("layout.zydat") + ": ";
-  EXPECT_EQ(with(shape({0, 1, 2})), file + "shape \"S\": an odd number of coordinates");
-  EXPECT_EQ(with(shape({0, std::numeric_limits<double>::quiet_NaN()})),
-            file + "shape \"S\": nan is no length up to a kilometre");
-  EXPECT_EQ(with(shape({-1e9, 0})), file + "shape \"S\": -1000000000.000000 is no length up to a kilometre");
-  std::vector<std::unique_ptr<EM2DLayer>> taken;
-  const auto take_layers = [&taken](Layout& layout) {
-    for (EM2DLayer* layer : layout.layers.handed_over()) taken.emplace_back(layer);
-    layout.layers.handed_over().clear();
+  const auto vertex = [](double x, double y, double z) {
+    return [=](Layout& layout) { layout.vertices.make(9, "", x, y, z, 0, nullptr, nullptr, nullptr, 0); };
   };
-  EXPECT_EQ(with(take_layers), file + "a row names an object that the file lacks");
+  std::vector<std::unique_ptr<EM2DLayer>> taken;
+  const std::string far = ", no length up to a kilometre";
+  const std::vector<std::pair<Change, std::string>> table = {
+      {shape({0, 1, 2}), "em2dshape row 1: vertexs has an odd number of coordinates"},
+      {shape({0, nan}), "em2dshape row 1: vertexs[1] is nan" + far},
+      {shape({-1e9, 0}), "em2dshape row 1: vertexs[0] is -1e+09" + far},
+      {vertex(infinity, 0, 0), "em2dvertex row 3: x is inf" + far},
+      {vertex(0, nan, 0), "em2dvertex row 3: y is nan" + far},
+      {vertex(0, 0, -infinity), "em2dvertex row 3: z is -inf" + far},
+      {[](Layout& layout) { layout.layers.make(5, "high", 1e7); }, "em2dlayer row 1: z is 1e+07" + far},
+      {[&](Layout& layout) { layout.vias.make("V", layout.nets[0], layout.vertices[0], layout.vertices[0], infinity); },
+       "em2dvia row 1: r is inf" + far},
+      {[](Layout& layout) {
+         layout.poly_vias.make("V", layout.nets[0], layout.vertices[0], layout.vertices[0], EM2DPolyVia::PolyType::Slot,
+                               std::vector<double>{1});
+       },
+       "em2dpolyvia row 0: coord has an odd number of coordinates"},
+      {[&](Layout& layout) {
+         for (EM2DLayer* layer : layout.layers.handed_over()) taken.emplace_back(layer);
+         layout.layers.handed_over().clear();
+       },
+       "em2dvertex row 0: names TOP, which the file does not have"}};
+  for (const auto& [change, message] : table) {
+    Layout layout = two_nets();
+    change(layout);
+    const std::string file = save(layout);
+    EXPECT_EQ(refusal_of(file + " " + folder.path("out.svg")), file + ": " + message);
+    const ProgramRun check = run(folder, "check --strict " + file);
+    EXPECT_EQ(check.status, 1) << message;
+    EXPECT_TRUE(check.out.ends_with(", but cannot be drawn or meshed: " + message + "\n")) << check.out;
+  }
   EXPECT_FALSE(fs::exists(folder.path("out.svg")));
+  EXPECT_EQ(run(folder, "check --strict " + save(two_nets())).status, 0);
 }
 
 TEST_F(RenderLayout, SaysInOneLineWhatIsWrongAndLeavesAnEarlierPicture) {
@@ -173,17 +214,12 @@ TEST_F(RenderLayout, SaysInOneLineWhatIsWrongAndLeavesAnEarlierPicture) {
   const std::vector<std::pair<std::string, std::string>> table = {
       {board + " " + out + " --layer B.Mask", "--layer B.Mask: the file has F.Cu, In1.Cu, In2.Cu, B.Cu"},
       {board + " " + out + " --net gnd", "--net gnd: the file has GND, VIN, +3V3, SIG"},
-      {board + " " + out + " --width 199", "--width: Value 199 not in range 200 to 20000 (see corvane --help)"},
-      {board + " " + folder.path(), folder.path() + ": not a file that can be replaced"},
-      {board + " /dev/null", "/dev/null: not a file that can be replaced"},
       {board + " " + missing, missing + ": cannot be written: No such file or directory"},
       {folder.path("board.dat") + " " + out,
        folder.path("board.dat") + ": the names of layout databases end in .zydat"},
       {CORVANE_TEST_DATA "/kinds.zydat " + out, CORVANE_TEST_DATA "/kinds.zydat: neither a layout nor a mesh"}};
   for (const auto& [arguments, message] : table) EXPECT_EQ(refusal_of(arguments), message);
   EXPECT_EQ(read_file(out), "earlier");
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder.path()))
-    EXPECT_EQ(entry.path().string().find(".writing-"), std::string::npos) << entry.path();
 }
 
 TEST(PictureFrame, HasAScaleBarOfARoundLength) {
@@ -202,6 +238,7 @@ TEST(SvgText, WritesShortPathsOfWholeMicrometres) {
   path.add_open({{1'000, 5'000}, {1'000, 5'000}});
   path.add_open({{0, 0}, {0, -1'000}});
   EXPECT_EQ(path.text(), "m1 2-4 0-1 0zm0 3h0m-1-5 0-1");
+  EXPECT_EQ(xml_text("a\"b'<>&"), "a&quot;b'&lt;&gt;&amp;");
   EXPECT_EQ(svg_number(-0.001), "0");
   EXPECT_EQ(svg_number(1200), "1200");
   EXPECT_EQ(svg_number(0.125, 3), "0.125");

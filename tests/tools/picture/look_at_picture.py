@@ -72,8 +72,10 @@ def main():
         # What a viewer shows at the pointer, in the order of drawing.
         "paths": [title(path) for path in root.iter(SVG + "path") if title(path) is not None],
         "circles": [title(circle) for circle in root.iter(SVG + "circle") if title(circle) is not None],
-        "segments": sum(path.get("d").count("m") for path in root.iter(SVG + "path")
-                        if path.get("fill") == "none" and path.get("id") is None),
+        "nets": [title(group) for group in root.iter(SVG + "g") if title(group) is not None and not group.get("id")],
+        "segments": sum(path.get("d").count("m") for group in root.iter(SVG + "g") if group.get("fill") == "none"
+                        and not group.get("id") for path in group.iter(SVG + "path")),
+        "longest": max([len(path.get("d")) for path in root.iter(SVG + "path")]),
         "colours": colours_at(root, sys.argv[2], sys.argv[3:]) if len(sys.argv) > 3 else {},
     }))
 

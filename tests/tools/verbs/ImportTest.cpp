@@ -1,4 +1,4 @@
-// The whole way of an import, and the program around it.
+// The whole way of an import: what is written, what is refused, and what is left behind.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,15 +9,15 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/ProgramRun.h"
 #include "tests/support/TestSupport.h"
 #include "tests/tools/board/BoardTexts.h"
 #include "tools/corvane/layout/Import.h"
+#include "tools/corvane/layout/Origin.h"
 #include "tools/corvane/verbs/ImportReport.h"
 
 using namespace CorvaneTool;
+using nlohmann::json;
 using TestSupport::read_file;
-using TestSupport::TempDir;
 using TestSupport::write_file;
 namespace fs = std::filesystem;
 
@@ -25,136 +25,146 @@ namespace {
 
 const std::string kOwnBoard = CORVANE_EXAMPLE_BOARDS "/sensor-node.kicad_pcb";
 
-ImportReport import(const std::string& board, const std::string& directory, const std::string& name, int columns = 1,
-                    int rows = 1) {
-  return import_board({board, directory, name, columns, rows}, [](const std::string&) {});
-}
+class Import : public testing::Test {
+ protected:
+  static ImportReport import(const ImportRequest& request) {
+    return import_board(request, [](const std::string&, int) {});
+  }
 
-std::vector<std::string> files_in(const std::string& directory) {
-  std::vector<std::string> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory))
-    names.push_back(entry.path().filename().string());
-  return names;
-}
+  static std::string refusal_of(const ImportRequest& request) {
+    try {
+      import(request);
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+    return "<nothing thrown>";
+  }
 
-TEST(Import, WritesWhatItReadsBack) {
-  const TempDir folder;
-  const ImportReport report = import(kOwnBoard, folder.path("new"), "board");
+  static std::vector<std::string> files_in(const std::string& directory) {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory))
+      names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  const TestSupport::TempDir folder;
+};
+
+TEST_F(Import, WritesWhatItReadsBackTheSameEveryTime) {
+  std::vector<std::pair<std::string, int>> progress;
+  const ImportReport report = import_board({kOwnBoard, folder.path("new"), "board"},
+                                           [&](const auto& phase, int share) { progress.emplace_back(phase, share); });
   EXPECT_EQ(report.database, folder.path("new/board.zydat"));
   EXPECT_EQ(report.bytes, fs::file_size(report.database));
-  EXPECT_EQ(files_in(folder.path("new")), std::vector<std::string>{"board.zydat"});
-  const nlohmann::json json = nlohmann::json::parse(report_json(report));
-  EXPECT_EQ(json["verified"], true);
-  EXPECT_EQ(json["database"], report.database);
-  EXPECT_EQ(json["bytes"], report.bytes);
-  EXPECT_EQ(json["rows"],
-            nlohmann::json::parse(
-                R"({"em2dlayer": 4, "emnet": 5, "em2dsignal": 2, "em2dvertex": 34, "em2dtrace": 13, "em2dvia": 8,
-    "em2dpolyvia": 2, "em2dshape": 32, "em2dpin": 4, "em2dcircuit": 4, "simeshconfig": 1})"));
-  EXPECT_EQ(json["values"],
-            nlohmann::json::parse(R"({"em2dshape.vertexs": 1006, "em2dcircuit.pin": 12, "em2dpolyvia.coord": 72})"));
-  EXPECT_EQ(json["skipped"], nlohmann::json::parse(R"({"pad": {"unplated hole": 1}, "text": {"on copper": 1},
+  EXPECT_EQ(files_in(folder.path("new")), (std::vector<std::string>{"board.board.json", "board.zydat"}));
+  const json whole = report_json(report);
+  EXPECT_EQ(whole["rows"], json::parse(R"({"em2dlayer": 4, "emnet": 5, "em2dsignal": 2, "em2dvertex": 34,
+    "em2dtrace": 13, "em2dvia": 8, "em2dpolyvia": 2, "em2dshape": 32, "em2dpin": 4, "em2dcircuit": 4,
+    "simeshconfig": 1})"));
+  EXPECT_EQ(whole["values"], json::parse(R"({"em2dshape.vertexs": 1006, "em2dcircuit.pin": 12,
+    "em2dpolyvia.coord": 72})"));
+  EXPECT_EQ(whole["skipped"], json::parse(R"({"pad": {"unplated hole": 1}, "text": {"on copper": 1},
     "zone outline": {"only its fill is copper": 3}})"));
-  EXPECT_EQ(json["seconds"].size(), 5u);
+  EXPECT_EQ(whole["seconds"].size(), 5u);
   const std::string text = report_text(report);
-  EXPECT_NE(text.find("board.zydat: " + std::to_string(report.bytes) + " bytes, read back equal\n"), std::string::npos)
-      << text;
+  EXPECT_NE(text.find(" bytes, read back equal\n"), std::string::npos) << text;
   EXPECT_NE(text.find("\nem2dvertex      34\n"), std::string::npos) << text;
-}
+  EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end(),
+                             [](const auto& left, const auto& right) { return left.second < right.second; }));
+  EXPECT_TRUE(std::count(progress.begin(), progress.end(), std::pair<std::string, int>("write em2dshape", 29)));
 
-TEST(Import, GivesTheSameFileEveryTime) {
-  const TempDir folder;
-  import(kOwnBoard, folder.path(), "a");
-  import(kOwnBoard, folder.path("b"), "a");
-  EXPECT_EQ(read_file(folder.path("a.zydat")), read_file(folder.path("b/a.zydat")));
-}
-
-TEST(Import, PanelsHoldAllCopies) {
-  const TempDir folder;
-  const ImportReport report = import(kOwnBoard, folder.path(), "panel", 3, 2);
-  const nlohmann::json rows = nlohmann::json::parse(report_json(report))["rows"];
+  import({kOwnBoard, folder.path(), "board"});
+  EXPECT_EQ(read_file(folder.path("board.zydat")), read_file(report.database));
+  const json rows = report_json(import({kOwnBoard, folder.path(), "panel", 3, 2}))["rows"];
   EXPECT_EQ(rows["em2dvertex"], 6 * 34);
   EXPECT_EQ(rows["em2dpolyvia"], 6 * 2);
   EXPECT_EQ(rows["em2dpin"], 4);
 }
 
-TEST(Import, AFailureLeavesAnEarlierDatabaseAndNothingElse) {
-  const TempDir folder;
-  import(kOwnBoard, folder.path("db"), "board");
-  const std::string earlier = read_file(folder.path("db/board.zydat"));
-  write_file(folder.path("cut.kicad_pcb"), read_file(kOwnBoard).substr(0, 5000));
-  EXPECT_THROW(import(folder.path("cut.kicad_pcb"), folder.path("db"), "board"), BoardError);
-  EXPECT_THROW(import(folder.path("cut.kicad_pcb"), folder.path("other"), "board"), BoardError);
-  EXPECT_EQ(read_file(folder.path("db/board.zydat")), earlier);
-  EXPECT_EQ(files_in(folder.path("db")).size(), 1u);
-  EXPECT_FALSE(fs::exists(folder.path("other")));
-}
-
-TEST(Import, RefusesPlacesThatCannotHoldADatabase) {
-  const TempDir folder;
+TEST_F(Import, RefusesInOneSentenceAndLeavesWhatWasThere) {
+  const std::string cut = folder.path("cut.kicad_pcb"), db = folder.path("db"), other = folder.path("b.kicad_pcb");
+  write_file(cut, read_file(kOwnBoard).substr(0, 5000));
   write_file(folder.path("file"), "");
-  fs::create_directory(folder.path("taken.zydat"));
-  const auto message = [&](const std::string& directory, const std::string& name) {
-    try {
-      import(kOwnBoard, directory, name);
-    } catch (const std::runtime_error& error) {
-      return std::string(error.what());
-    }
-    return std::string("<nothing thrown>");
-  };
-  EXPECT_EQ(message(folder.path("file"), "b"), folder.path("file") + ": not a directory");
-  EXPECT_EQ(message(folder.path(), "taken"), folder.path("taken.zydat") + ": is a directory");
-  EXPECT_EQ(message(folder.path(), "a/b"), "\"a/b\" cannot be the name of a database: it must be a file name");
-  EXPECT_EQ(message(folder.path(), ""), "\"\" cannot be the name of a database: it must be a file name");
-  const std::string missing = message(folder.path("no/where"), "b");
-  EXPECT_TRUE(missing.starts_with(folder.path("no/where/b.zydat") + ": not written: ")) << missing;
-  EXPECT_EQ(files_in(folder.path()).size(), 2u);
-}
-
-// --- the program ---
-
-TEST(Program, ImportsUnderTheBoardsName) {
-  const TempDir folder;
-  const ProgramRun text = run(folder, "import " + kOwnBoard + " " + folder.path("db"));
-  EXPECT_EQ(text.status, 0);
-  EXPECT_EQ(text.err, "") << "no progress in a file";
-  EXPECT_TRUE(text.out.starts_with(folder.path("db/sensor-node.zydat: "))) << text.out;
-  const ProgramRun json =
-      run(folder, "import " + kOwnBoard + " " + folder.path("db") + " --name other --panel 2x2 --json");
-  EXPECT_EQ(json.status, 0);
-  EXPECT_EQ(nlohmann::json::parse(json.out)["rows"]["em2dtrace"], 4 * 13);
-  EXPECT_TRUE(fs::exists(folder.path("db/other.zydat")));
-}
-
-TEST(Program, SaysInOneLineWhatIsWrong) {
-  const TempDir folder;
-  const std::string cut = folder.path("cut.kicad_pcb");
-  write_file(cut, "(kicad_pcb (version 4)");
-  const std::string db = folder.path("db");
-  const std::string damaged = folder.path("damaged.zydat");
-  std::string bytes = read_file(std::string(CORVANE_TEST_DATA) + "/db.zydat");
-  bytes.replace(12 + 98 * 8 + 40, 2, "\xff\xff");  // where the second node's name begins
-  write_file(damaged, bytes);
-  const std::vector<std::pair<std::string, std::string>> table = {
-      {"import " + cut + " " + db, cut + ":1:23: the file ends inside the list \"(kicad_pcb\" that begins at 1:1"},
-      {"import " + folder.path("none.kicad_pcb") + " " + db,
-       folder.path("none.kicad_pcb") + ": cannot be read: No such file or directory"},
-      {"import " + kOwnBoard + " " + cut, cut + ": not a directory"},
-      {"import " + kOwnBoard + " " + db + " --panel 0x3", "--panel 0x3: wants two counts from 1 to 1000, such as 6x4"},
-      {"import " + kOwnBoard + " " + db + " --panel 3", "--panel 3: wants two counts from 1 to 1000, such as 6x4"},
-      {"info " + damaged, "file '" + damaged + "': schema node 1 names a text at byte 65535 of a pool of 900 bytes"},
-      {"import " + kOwnBoard, "DIR is required (see corvane --help)"},
-      {"", "A subcommand is required (see corvane --help)"}};
-  for (const auto& [arguments, message] : table) {
-    const ProgramRun failed = run(folder, arguments);
-    EXPECT_EQ(failed.status, 1) << arguments;
-    EXPECT_EQ(failed.out, "") << arguments;
-    EXPECT_EQ(failed.err, "corvane: " + message + "\n") << arguments;
+  fs::copy_file(kOwnBoard, other);
+  import({kOwnBoard, db, "board"});
+  import({kOwnBoard, db, "changed"});
+  fs::resize_file(db + "/changed.zydat", 18'000);
+  fs::create_directory(db + "/taken.zydat");
+  const std::vector<std::string> before = files_in(db);
+  const std::string earlier = read_file(db + "/board.zydat"), large(250, 'x'),
+                    no_name = " cannot be the name of a database: ";
+  const std::vector<std::pair<ImportRequest, std::string>> table = {
+      {{cut, db, "board", 1, 1, 0, true}, cut + ":236:10: the file ends inside this quoted text"},
+      {{cut, folder.path("new"), "board"}, cut + ":236:10: the file ends inside this quoted text"},
+      {{kOwnBoard, folder.path("new"), large}, folder.path("new/" + large) + ".zydat: not written: "},
+      {{kOwnBoard, folder.path("file"), "b"}, folder.path("file") + ": not a directory"},
+      {{kOwnBoard, folder.path("no/where"), "b"}, folder.path("no/where") + ": cannot be written to: No such file"},
+      {{kOwnBoard, db, "taken"}, db + "/taken.zydat: is a directory"},
+      {{kOwnBoard, db, "a/b"}, "\"a/b\"" + no_name + "it must be a file name"},
+      {{kOwnBoard, db, ""}, "\"\"" + no_name + "it must be a file name"},
+      {{kOwnBoard, db, "corvane2d"}, "\"corvane2d\"" + no_name + "it is the mesh's"},
+      {{other, db, "board"}, db + "/board.zydat: is there already, made from " + kOwnBoard + "; --force replaces it"},
+      {{kOwnBoard, db, "changed"}, db + "/changed.zydat: is there already, from elsewhere or changed since its import"},
+      {{kOwnBoard, db, "p", 1000, 1000}, kOwnBoard + ": a panel of 1000000 copies would become about 1"},
+      {{kOwnBoard, db, "p", 1, 1, 4096}, kOwnBoard + ": would become more than 0 MiB (see --limit)"}};
+  for (const auto& [request, message] : table) {
+    const std::string refusal = refusal_of(request);
+    EXPECT_EQ(refusal.substr(0, message.size()), message);
+    EXPECT_EQ(files_in(db), before) << message;
+    EXPECT_FALSE(fs::exists(folder.path("new"))) << message;
   }
-  EXPECT_FALSE(fs::exists(db));
-  const ProgramRun missing = run(folder, "import " + kOwnBoard + " " + folder.path("no/where"));
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1) << missing.err;
+  EXPECT_EQ(read_file(db + "/board.zydat"), earlier);
+  import({kOwnBoard, db, "board"});
+  import({other, db, "board", 1, 1, 0, true});
+  EXPECT_EQ(read_origin(db + "/board.zydat")->source, fs::canonical(other));
+}
+
+// Each of these boards has some ten kilobytes, and would become a hundred times as many.
+TEST_F(Import, SmallBoardsStaySmall) {
+  const auto repeated = [](int count, const std::string& text) {
+    std::string all;
+    for (int i = 0; i < count; ++i) all += text;
+    return all;
+  };
+  const std::string arc = "(arc (start -900 0) (mid 0 900) (end 900 0)) ", name(9'000, 'n'),
+                    pad = "(pad 1 smd custom (at 0 0) (size 1 1) (layers *.Cu))";
+  for (const std::string& items :
+       {"(gr_poly (pts " + repeated(200, arc) + ") (layers *.Cu))",
+        "(zone (layer F.Cu) (filled_polygon (pts " + repeated(200, arc) + ")))",
+        "(footprint x (property Reference " + name + ") (at 0 0) " + repeated(100, pad) + ")"}) {
+    write_file(folder.path("b.kicad_pcb"), BoardTexts::two_layer_text(20241229, items));
+    EXPECT_EQ(refusal_of({folder.path("b.kicad_pcb"), folder.path(), "b", 1, 1, 1 << 20}),
+              folder.path("b.kicad_pcb") + ": would become more than 1 MiB (see --limit)");
+  }
+  EXPECT_EQ(default_limit(1'000'000, 1), (64U << 20U) + 16'000'000U);
+  EXPECT_EQ(default_limit(1'000'000, 100), 1U << 30U);
+}
+
+TEST_F(Import, OriginsOfOtherBytesOrVersionsTellNothing) {
+  const std::string mesh = folder.path("corvane2d.zydat"), json_file = folder.path("corvane2d.json");
+  write_file(mesh, "mesh");
+  write_file(folder.path("a.zydat"), "layout");
+  const auto source = [&] {
+    const auto found = source_of_mesh(mesh);
+    return found ? in_words(*found) : "unknown";
+  };
+  write_origin(mesh, {"a.zydat", digest_of_file(folder.path("a.zydat"))});
+  EXPECT_EQ(source(), "made from a.zydat");
+  write_file(folder.path("a.zydat"), "layouts");
+  EXPECT_EQ(source(), "made from a.zydat, which has changed since: the mesh is stale");
+  fs::remove(folder.path("a.zydat"));
+  EXPECT_EQ(source(), "made from a.zydat, which is not there any more");
+  const std::string good = read_file(json_file);
+  for (const std::string& text :
+       {std::string(), std::string("[1]"), std::string(R"({"version": 1, "source": 7})"),
+        good.substr(0, good.size() / 2), "{\"version\": 2," + good.substr(good.find(',') + 1)}) {
+    write_file(json_file, text);
+    EXPECT_EQ(source(), "unknown") << text;
+  }
+  write_file(json_file, good);
+  write_file(mesh, "hsem");
+  EXPECT_EQ(source(), "unknown") << "another mesh";
 }
 
 }  // namespace

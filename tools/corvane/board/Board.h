@@ -13,6 +13,7 @@
 #include "tools/corvane/board/NetTable.h"
 #include "tools/corvane/board/SExpression.h"
 #include "tools/corvane/board/SkippedItems.h"
+#include "tools/corvane/support/Allowance.h"
 #include "tools/corvane/support/Geometry.h"
 
 namespace CorvaneTool {
@@ -86,7 +87,9 @@ struct Board {
   SkippedItems skipped;
 };
 
-/// Throws BoardError for text that is no whole board, for unknown layers, undeclared nets and numbers that are none.
-Board read_board(const SourceText& text);
+/// Throws BoardError for text that is no whole board, for unknown layers, undeclared nets and numbers that are none,
+/// and TooLarge when its outlines, arcs taken apart and each for every layer that it lies on, take more than
+/// `allowance`.
+Board read_board(const SourceText& text, Allowance allowance = Allowance());
 
 }  // namespace CorvaneTool

@@ -33,11 +33,12 @@ std::string_view graphic_kind(std::string_view head) {
 
 }  // namespace
 
-BoardReader::BoardReader(const Tree& tree)
+BoardReader::BoardReader(const Tree& tree, Allowance allowance)
     : d_root(tree.root()),
       d_board(empty_board(tree)),
       d_layers(layers_of(d_root), d_board.format),
-      d_nets(d_root, d_board.format) {}
+      d_nets(d_root, d_board.format),
+      d_allowance(allowance) {}
 
 Board BoardReader::read() {
   const std::vector<double> heights = copper_heights(d_root, d_layers.copper().size());
@@ -75,7 +76,10 @@ void BoardReader::read_polygon_graphic(const Item& item, const std::vector<int>&
     return d_board.skipped.add("polygon", "on copper, not filled");
   const Outline outline = frame.turn.placed(outline_of(item.find("pts")), frame.position);
   if (outline.empty()) return d_board.skipped.add("polygon", "without points");
-  for (const int layer : layers) d_board.graphics.push_back({layer, net, false, 0, outline});
+  for (const int layer : layers) {
+    d_allowance.take(outline.size() * sizeof(Point));
+    d_board.graphics.push_back({layer, net, false, 0, outline});
+  }
 }
 
 // The copper layers that an item's "layer" or "layers" names.
@@ -118,19 +122,21 @@ Outline BoardReader::outline_of(const Item& points) {
   Outline outline;
   for (const Item child : points) {
     if (!child.is_list()) continue;
+    const std::size_t before = outline.size();
     if (child.word() == "xy") {
       outline.push_back(point_of(child));
     } else if (child.word() == "arc") {
       const Point start = point_in(child, "start"), middle = point_in(child, "mid");
       append_arc(outline, start, middle, point_in(child, "end"));
     }
+    d_allowance.take((outline.size() - before) * sizeof(Point));
   }
   return outline;
 }
 
-Board read_board(const SourceText& text) {
+Board read_board(const SourceText& text, Allowance allowance) {
   const Tree tree(text, "kicad_pcb");
-  return BoardReader(tree).read();
+  return BoardReader(tree, allowance).read();
 }
 
 }  // namespace CorvaneTool

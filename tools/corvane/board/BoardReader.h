@@ -15,7 +15,7 @@ namespace CorvaneTool {
 
 class BoardReader {
  public:
-  explicit BoardReader(const Tree& tree);
+  BoardReader(const Tree& tree, Allowance allowance);
 
   Board read();
 
@@ -55,6 +55,7 @@ class BoardReader {
   Board d_board;
   LayerTable d_layers;
   NetTable d_nets;
+  Allowance d_allowance;  // of all outlines
 };
 
 }  // namespace CorvaneTool

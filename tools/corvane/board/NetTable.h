@@ -11,6 +11,7 @@
 #include "tools/corvane/board/BoardFormat.h"
 #include "tools/corvane/board/LayerTable.h"
 #include "tools/corvane/board/SExpression.h"
+#include "tools/corvane/support/SpreadHash.h"
 
 namespace CorvaneTool {
 
@@ -51,8 +52,8 @@ class NetTable {
   BoardFormat d_format;
   std::vector<Net> d_nets;
   int d_none = 0;
-  std::unordered_map<int, int> d_by_id;  // position in d_nets
-  TextTable<int> d_by_name;              // the same, only where nets go by name
+  std::unordered_map<int, int, SpreadHash> d_by_id;  // position in d_nets
+  TextTable<int> d_by_name;                          // the same, only where nets go by name
   std::vector<NetClass> d_classes;
   TextTable<std::size_t> d_class_of_net;  // by net name
   std::optional<std::size_t> d_default_class;

@@ -16,6 +16,7 @@ namespace CorvaneTool {
 namespace {
 
 constexpr std::size_t kTooLarge = std::size_t{1} << 30;  // a node keeps lengths in 30 bits
+constexpr std::size_t kMessageCharacters = 200;
 
 constexpr bool is_space(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
 
@@ -87,13 +88,6 @@ std::string without_escapes(std::string_view raw) {
   return result;
 }
 
-// A message is one line of readable length.
-std::string fit_for_a_line(std::string text) {
-  constexpr std::size_t kLongest = 200;
-  if (text.size() > kLongest) text.replace(kLongest, std::string::npos, "...");
-  return printable(std::move(text));
-}
-
 [[noreturn]] void fail_to_read(const std::string& path, int error_number) {
   throw BoardError(path + ": cannot be read: " + std::generic_category().message(error_number));
 }
@@ -128,7 +122,7 @@ std::string SourceText::place(std::size_t offset) const {
 }
 
 void SourceText::fail(std::size_t offset, const std::string& what) const {
-  throw BoardError(d_name + ":" + place(offset) + ": " + fit_for_a_line(what));
+  throw BoardError(d_name + ":" + place(offset) + ": " + printable(what, kMessageCharacters));
 }
 
 // --- reading ---

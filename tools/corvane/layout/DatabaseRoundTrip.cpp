@@ -4,25 +4,15 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
+
+#include "tools/corvane/layout/IdTable.h"
+#include "tools/corvane/layout/LayoutCheck.h"
 
 namespace CorvaneTool {
 namespace {
 
 using namespace Mesh2DPlat;
-
-template <class T>
-Table<int, T> table_by_id(const OwnedList<T>& list) {
-  Table<int, T> table;
-  table.reserve(list.size());
-  for (T* item : list) table.emplace(item->id(), item);
-  return table;
-}
-
-Table<std::string, EM2DLayer> table_by_name(const OwnedList<EM2DLayer>& layers) {
-  Table<std::string, EM2DLayer> table;
-  for (EM2DLayer* layer : layers) table.emplace(layer->name(), layer);
-  return table;
-}
 
 // Databases append polygon vias to the plain ones that they read.
 void split_off_polygon_vias(Layout& layout) {
@@ -38,38 +28,52 @@ void split_off_polygon_vias(Layout& layout) {
   vias.erase(first, vias.end());
 }
 
-}  // namespace
-
-void write_layout(DBZydata& database, const Layout& layout) {
-  SImeshConfig config = layout.config;
-  database.write(&config);
-  database.write(layout.layers.items());
-  database.write(layout.nets.items());
-  database.write(layout.signals.items());
-  database.write(layout.vertices.items());
-  database.write(layout.traces.items());
-  database.write(layout.vias.items());
-  database.write(layout.poly_vias.items());
-  database.write(layout.shapes.items(), "");
-  database.write(layout.circuits.items());
-}
-
-Layout read_layout(DBZydata& database) {
+Layout read_tables(DBZydata& database, const AtTable& at_table) {
   Layout layout;
   database.read(&layout.config);
-  database.read(layout.layers.handed_over());
-  database.read(layout.nets.handed_over());
+  const auto read = [&](const char* table, auto& objects, const auto&... more) {
+    at_table(table);
+    database.read(objects.handed_over(), more...);
+  };
+  read("em2dlayer", layout.layers);
+  read("emnet", layout.nets);
   const Table<int, EM2DLayer> layers = table_by_id(layout.layers);
   const Table<int, EM2DNet> nets = table_by_id(layout.nets);
-  database.read(layout.signals.handed_over(), layers);
-  database.read(layout.vertices.handed_over(), layers, table_by_name(layout.layers));
+  read("em2dsignal", layout.signals, layers);
+  read("em2dvertex", layout.vertices, layers, table_by_name(layout.layers));
   const Table<int, EM2DVertex> vertices = table_by_id(layout.vertices);
-  database.read(layout.traces.handed_over(), nets, vertices);
-  database.read(layout.vias.handed_over(), nets, vertices);
+  read("em2dtrace", layout.traces, nets, vertices);
+  read("em2dvia", layout.vias, nets, vertices);
   split_off_polygon_vias(layout);
-  database.read(layout.shapes.handed_over(), layers, nets, "");
-  database.read(layout.circuits.handed_over(), vertices);
+  read("em2dshape", layout.shapes, layers, nets, "");
+  read("em2dcircuit", layout.circuits, vertices);
   return layout;
+}
+
+}  // namespace
+
+void write_layout(DBZydata& database, const Layout& layout, const AtTable& at_table) {
+  SImeshConfig config = layout.config;
+  database.write(&config);
+  for_each_table(layout, [&](const char* table, const auto& objects) {
+    at_table(table);
+    if constexpr (std::is_same_v<decltype(objects), const OwnedList<EM2DShape>&>) {
+      database.write(objects.items(), "");
+    } else {
+      database.write(objects.items());
+    }
+  });
+}
+
+Layout read_layout(DBZydata& database, const AtTable& at_table) {
+  try {
+    Layout layout = read_tables(database, at_table);
+    check_lengths(layout);
+    return layout;
+  } catch (const DanglingReference& error) {
+    throw std::runtime_error(error.table() + " row " + std::to_string(error.row()) + ": names " + error.id() +
+                             ", which the file does not have");
+  }
 }
 
 }  // namespace CorvaneTool

@@ -47,7 +47,8 @@ struct Ends {
 
 class LayoutBuilder {
  public:
-  LayoutBuilder(const Board& board, SkippedItems& skipped) : d_board(board), d_skipped(skipped) {}
+  LayoutBuilder(const Board& board, SkippedItems& skipped, Allowance& allowance)
+      : d_board(board), d_skipped(skipped), d_allowance(allowance) {}
 
   Layout build(const std::string& case_name) {
     find_vertices();
@@ -102,7 +103,10 @@ class LayoutBuilder {
 
   int find_pad_vertex(const Footprint& footprint, const Pad& pad, int layer, int roles) {
     const int id = d_vertices.at(pad.net, layer, pad.position, roles);
-    if (d_vertices[id].pad_name.empty()) d_vertices[id].pad_name = pad_name(footprint, pad);
+    if (d_vertices[id].pad_name.empty()) {
+      d_vertices[id].pad_name = pad_name(footprint, pad);
+      d_allowance.take(d_vertices[id].pad_name.size());
+    }
     return id;
   }
 
@@ -139,6 +143,8 @@ class LayoutBuilder {
     EM2DLayer* const above = vertex.layer > 0 ? d_layout.layers[vertex.layer - 1] : nullptr;
     EM2DLayer* const below =
         vertex.layer + 1 < static_cast<int>(d_layout.layers.size()) ? d_layout.layers[vertex.layer + 1] : nullptr;
+    d_allowance.take(2 * Allowance::kRow);
+    for (const EM2DLayer* named : {layer, above, below}) d_allowance.take(named ? named->name().size() : 0);
     d_layout.vertices.make(static_cast<int>(id), vertex.pad_name.empty() ? numbered_name('N', id) : vertex.pad_name,
                            millimetres(vertex.position.x), millimetres(vertex.position.y), layer->z(), type, layer,
                            above, below, vertex.roles);
@@ -149,6 +155,7 @@ class LayoutBuilder {
       for (int parts = track.middle ? 2 : 1; parts > 0; --parts) {
         const std::size_t position = d_layout.traces.size();
         const auto [start, end] = d_trace_ends[position];
+        d_allowance.take(Allowance::kRow);
         d_layout.traces.make(numbered_name('T', position + 1, track.width), d_layout.nets[track.net],
                              d_layout.vertices[start], d_layout.vertices[end], option_of_width(track.width));
       }
@@ -161,6 +168,7 @@ class LayoutBuilder {
   }
 
   void make_via(int net, Ends ends, std::int64_t drill) {
+    d_allowance.take(Allowance::kRow);
     d_layout.vias.make(next_via_name(), d_layout.nets[net], d_layout.vertices[ends.start], d_layout.vertices[ends.end],
                        static_cast<double>(drill) / 2e6);
   }
@@ -174,8 +182,7 @@ class LayoutBuilder {
       const int option = (area.is_island ? kIslandBit : 0) | (area.pen_width > 0 ? kCentreLineBit : 0);
       const std::string name =
           area.pen_width > 0 ? numbered_name(letter, number, area.pen_width) : numbered_name(letter, number);
-      d_layout.shapes.make(name, d_layout.layers[area.layer], d_layout.nets[area.net], type, option,
-                           flattened(area.outline));
+      make_shape(name, area.layer, area.net, type, option, area.outline);
     }
   }
 
@@ -219,10 +226,15 @@ class LayoutBuilder {
     if (pad.shape == PadShape::Other) d_skipped.add("pad", "of unknown shape");
     for (const Outline& outline : pad_outlines(pad)) {
       for (const int layer : pad.layers) {
-        d_layout.shapes.make(name, d_layout.layers[layer], d_layout.nets[pad.net], EM2DShape::Type::Pad, 0,
-                             flattened(outline));
+        make_shape(name, layer, pad.net, EM2DShape::Type::Pad, 0, outline);
       }
     }
+  }
+
+  void make_shape(const std::string& name, int layer, int net, EM2DShape::Type type, int option,
+                  const Outline& outline) {
+    d_allowance.take(Allowance::kRow + name.size() + outline.size() * sizeof(Point));
+    d_layout.shapes.make(name, d_layout.layers[layer], d_layout.nets[net], type, option, flattened(outline));
   }
 
   void make_signals() {
@@ -257,6 +269,7 @@ class LayoutBuilder {
 
   const Board& d_board;
   SkippedItems& d_skipped;
+  Allowance& d_allowance;
   Layout d_layout;
   VertexTable d_vertices;
   std::vector<Ends> d_trace_ends;  // per trace
@@ -266,8 +279,8 @@ class LayoutBuilder {
 
 }  // namespace
 
-Layout build_layout(const Board& board, const std::string& case_name, SkippedItems& skipped) {
-  return LayoutBuilder(board, skipped).build(case_name);
+Layout build_layout(const Board& board, const std::string& case_name, SkippedItems& skipped, Allowance& allowance) {
+  return LayoutBuilder(board, skipped, allowance).build(case_name);
 }
 
 }  // namespace CorvaneTool

@@ -24,7 +24,12 @@
 
 namespace CorvaneTool {
 
-/// `case_name` becomes the settings' "casefile". What has no place in the layout is added to `skipped`.
-Layout build_layout(const Board& board, const std::string& case_name, SkippedItems& skipped);
+/// `case_name` becomes the settings' "casefile". What has no place in the layout is added to `skipped`. Every object
+/// takes from `allowance`, which throws TooLarge.
+Layout build_layout(const Board& board, const std::string& case_name, SkippedItems& skipped, Allowance& allowance);
+inline Layout build_layout(const Board& board, const std::string& case_name, SkippedItems& skipped) {
+  Allowance unlimited;
+  return build_layout(board, case_name, skipped, unlimited);
+}
 
 }  // namespace CorvaneTool

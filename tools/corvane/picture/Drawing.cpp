@@ -8,8 +8,6 @@
 namespace CorvaneTool {
 namespace {
 
-constexpr double kFarthest = 1e6;  // mm
-
 class Bounds {
  public:
   void add(Point point, std::int64_t reach) {
@@ -63,13 +61,12 @@ std::vector<int> used_layers(const Drawing& drawing) {
   return {layers.begin(), layers.end()};
 }
 
-std::string contents_of(const Drawing& drawing) {
+std::vector<Count> counts_of(const Drawing& drawing) {
   std::size_t faces = 0;
   for (const DrawnFaces& set : drawing.faces) faces += set.ends.size();
-  std::string contents;
+  std::vector<Count> counts;
   const auto add = [&](std::size_t count, const std::string& one, const std::string& many) {
-    if (count == 0) return;
-    contents += (contents.empty() ? "" : ", ") + std::to_string(count) + " " + (count == 1 ? one : many);
+    if (count > 0) counts.push_back({one, many, count});
   };
   add(used_layers(drawing).size(), "layer", "layers");
   add(count_lines(drawing, LineKind::Track), "trace", "traces");
@@ -80,6 +77,18 @@ std::string contents_of(const Drawing& drawing) {
   add(count_lines(drawing, LineKind::Void), "hole", "holes");
   add(drawing.holes.size(), "via", "vias");
   add(drawing.marks.size(), drawing.a_mark_is, drawing.marks_are);
+  add(drawing.not_drawn.shapes, "shape without an area not drawn", "shapes without an area not drawn");
+  add(drawing.not_drawn.faces, "face without an area not drawn", "faces without an area not drawn");
+  add(drawing.not_drawn.polygons, "polygon without an area not drawn", "polygons without an area not drawn");
+  return counts;
+}
+
+std::string contents_of(const Drawing& drawing) {
+  std::string contents;
+  for (const Count& count : counts_of(drawing)) {
+    contents += (contents.empty() ? "" : ", ") + std::to_string(count.count) + " " +
+                (count.count == 1 ? count.one : count.many);
+  }
   return contents;
 }
 
@@ -95,8 +104,8 @@ double doubled_area(const Point* corners, std::size_t count) {
 }
 
 std::int64_t drawn_length(double millimetres, const std::string& whose) {
-  if (std::abs(millimetres) <= kFarthest) return std::llround(millimetres * 1e6);
-  throw std::runtime_error(whose + ": " + std::to_string(millimetres) + " is no length up to a kilometre");
+  if (is_drawable(millimetres)) return std::llround(millimetres * 1e6);
+  throw std::runtime_error(whose + ": " + not_drawable(millimetres));
 }
 
 Point drawn_point(double x, double y, const std::string& whose) {

@@ -65,6 +65,15 @@ struct DrawnMark {
   std::string name;
 };
 
+/// What has too few corners to be seen as what it is, and is left out.
+struct NotDrawn {
+  std::size_t shapes = 0;
+  std::size_t faces = 0;
+  std::size_t polygons = 0;  // and holes
+};
+
+inline constexpr std::size_t kFewestCorners = 3;
+
 struct Drawing {
   std::vector<std::string> layers;  // top to bottom
   std::vector<std::string> nets;
@@ -73,6 +82,7 @@ struct Drawing {
   std::vector<DrawnFaces> faces;
   std::vector<DrawnHole> holes;
   std::vector<DrawnMark> marks;
+  NotDrawn not_drawn;
   std::string a_mark_is = "mark";  // in words
   std::string marks_are = "marks";
 };
@@ -91,7 +101,15 @@ void keep_layer(Drawing& drawing, int layer);
 /// Positions of the layers that areas, lines or faces lie on, ascending; -1 comes first.
 std::vector<int> used_layers(const Drawing& drawing);
 
-/// "1 layer, 1471 traces, 20 pins": what there is, without what there is none of.
+struct Count {
+  std::string one, many;  // what it is, in words
+  std::size_t count;
+};
+
+/// What there is, without what there is none of; counts of things that are not drawn say so in their words.
+std::vector<Count> counts_of(const Drawing& drawing);
+
+/// "1 layer, 1471 traces, 20 pins"
 std::string contents_of(const Drawing& drawing);
 
 /// Twice the area of a closed outline, positive whichever way it turns, in square nanometres.

@@ -71,6 +71,10 @@ class LayoutDrawing {
 
   void draw_shape(const EM2DShape& shape) {
     const std::vector<double>& ring = shape.coordinates();
+    if (ring.size() < 2 * kFewestCorners) {
+      ++d_drawing.not_drawn.shapes;
+      return;
+    }
     d_drawing.areas.push_back({layer_of(shape.layer()), net_of(shape.net()),
                                shape.type() == EM2DShape::Type::Fill ? AreaKind::Fill : AreaKind::Pad,
                                drawn_outline(ring.data(), ring.size(), quoted("shape", shape.name())),

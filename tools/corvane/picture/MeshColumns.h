@@ -10,6 +10,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "tools/corvane/support/SpreadHash.h"
 #include "zydata/arrays/Array.h"
 #include "zydata/arrays/String.h"
 #include "zydata/arrays/VarArray.h"
@@ -60,8 +61,8 @@ class RowsById {
  private:
   std::string d_table;
   std::size_t d_rows;
-  bool d_ids_are_rows = true;             // as in every mesh that was numbered as it was built
-  std::unordered_map<int, int> d_row_of;  // only if they are not
+  bool d_ids_are_rows = true;                         // as in every mesh that was numbered as it was built
+  std::unordered_map<int, int, SpreadHash> d_row_of;  // only if they are not
 };
 
 }  // namespace CorvaneTool

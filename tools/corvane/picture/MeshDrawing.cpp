@@ -97,6 +97,14 @@ class MeshDrawing {
 
   // --- elements ---
 
+  void draw_ring(int layer, int net, LineKind kind, Outline ring) {
+    if (ring.size() < kFewestCorners) {
+      ++d_drawing.not_drawn.polygons;
+    } else {
+      d_drawing.lines.push_back({layer, net, kind, std::move(ring)});
+    }
+  }
+
   void draw_polygons(MeshNets& nets) {
     const MeshTable table(d_record, "meshpolygon");
     const std::vector<int> layers = layers_of(table);
@@ -109,7 +117,7 @@ class MeshDrawing {
       const bool is_hole = orientations[i] < 0;
       const int net = net_named(names->view(i));
       nets.add_polygon(nodes, net, is_hole);
-      d_drawing.lines.push_back({layers[i], net, is_hole ? LineKind::Void : LineKind::Rim, outline_of(nodes)});
+      draw_ring(layers[i], net, is_hole ? LineKind::Void : LineKind::Rim, outline_of(nodes));
     }
   }
 
@@ -138,9 +146,13 @@ class MeshDrawing {
     }
     std::map<std::pair<int, int>, DrawnFaces> sets;
     for (std::size_t i = 0; i < d_face_table.rows(); ++i) {
+      find_nodes(d_face_table, *lists, i, nodes);
+      if (nodes.size() < kFewestCorners) {
+        ++d_drawing.not_drawn.faces;
+        continue;
+      }
       const int net = nets.net_of(static_cast<int>(i));
       DrawnFaces& faces = sets.try_emplace({layers[i], net}, DrawnFaces{layers[i], net, {}, {}}).first->second;
-      find_nodes(d_face_table, *lists, i, nodes);
       for (const int node : nodes) faces.corners.push_back(d_places[static_cast<std::size_t>(node)]);
       faces.ends.push_back(faces.corners.size());
     }
@@ -155,7 +167,7 @@ class MeshDrawing {
     std::vector<int> nodes;
     for (std::size_t i = 0; i < table.rows(); ++i) {
       find_nodes(table, *lists, i, nodes);
-      d_drawing.lines.push_back({layers[i], net_named(names->view(i)), LineKind::Void, outline_of(nodes)});
+      draw_ring(layers[i], net_named(names->view(i)), LineKind::Void, outline_of(nodes));
     }
   }
 
@@ -166,8 +178,8 @@ class MeshDrawing {
     const auto rings = table.number_lists("vertex");
     for (std::size_t i = 0; i < table.rows(); ++i) {
       const auto ring = rings->run(i);
-      d_drawing.lines.push_back({d_layers.find_or_none(layers[i], table, "layerid", i), net_named(names->view(i)),
-                                 LineKind::Void, drawn_outline(ring.data(), ring.size(), table.row_name(i))});
+      draw_ring(d_layers.find_or_none(layers[i], table, "layerid", i), net_named(names->view(i)), LineKind::Void,
+                drawn_outline(ring.data(), ring.size(), table.row_name(i)));
     }
   }
 

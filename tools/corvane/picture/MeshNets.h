@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/corvane/support/Geometry.h"
+#include "tools/corvane/support/SpreadHash.h"
 
 namespace CorvaneTool {
 
@@ -42,9 +43,9 @@ class MeshNets {
   int root_of(int face);
 
   const Outline& d_nodes;
-  std::unordered_map<std::uint64_t, Sides> d_sides;  // by the two nodes
-  std::vector<int> d_parents;                        // of faces that share a net; a root is its own parent
-  std::vector<int> d_nets;                           // of roots
+  std::unordered_map<std::uint64_t, Sides, SpreadHash> d_sides;  // by the two nodes
+  std::vector<int> d_parents;                                    // of faces that share a net; a root is its own parent
+  std::vector<int> d_nets;                                       // of roots
 };
 
 }  // namespace CorvaneTool

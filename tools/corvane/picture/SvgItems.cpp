@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/corvane/picture/SvgText.h"
+#include "tools/corvane/support/LineText.h"
 
 namespace CorvaneTool {
 namespace {
@@ -137,27 +138,43 @@ class ItemWriter {
 
   void write_faces(const std::vector<const DrawnFaces*>& sets, const Paint& paint) {
     for (const DrawnFaces* faces : sets) {
-      PathData path;
-      for (std::size_t i = 0, first = 0; i < faces->ends.size(); first = faces->ends[i++])
-        path.add_closed(&faces->corners[first], faces->ends[i] - first);
-      d_svg += "<path" + attribute("fill", paint.colour) + attribute("fill-opacity", paint.is_faint ? 0.08 : 0.3) +
+      d_svg += "<g" + attribute("fill", paint.colour) + attribute("fill-opacity", paint.is_faint ? 0.08 : 0.3) +
                attribute("stroke", paint.colour) + attribute("stroke-opacity", paint.is_faint ? 0.25 : 0.9) +
-               attribute("stroke-width", d_face_line) + attribute("d", path.text()) + ">" + title("", faces->net) +
-               "</path>\n";
+               attribute("stroke-width", d_face_line) + ">" + title("", faces->net) + "\n";
+      std::size_t first = 0;
+      write_paths(faces->ends, [&](PathData& path, std::size_t end) {
+        path.add_closed(&faces->corners[first], end - first);
+        first = end;
+      });
+      d_svg += "</g>\n";
     }
   }
 
-  // Lines of one look in one path: overlaps do not show, and files stay small.
+  // Lines of one look in one group, transparent as a whole: overlaps do not show, and files stay small.
   void write_lines(const std::vector<const DrawnLine*>& lines, const Paint& paint, double width) {
     if (lines.empty()) return;
-    PathData path;
-    for (const DrawnLine* line : lines) {
+    d_svg += "<g fill=\"none\"" + attribute("stroke", paint.colour) +
+             (paint.is_faint ? attribute("opacity", 0.3) : "") + attribute("stroke-width", width) + ">\n";
+    write_paths(lines, [](PathData& path, const DrawnLine* line) {
       const bool is_closed = line->kind == LineKind::Rim || line->kind == LineKind::Void;
       is_closed ? path.add_closed(line->points) : path.add_open(line->points);
+    });
+    d_svg += "</g>\n";
+  }
+
+  // As few paths as their length allows. add(path, part) adds one part.
+  template <class Parts, class Add>
+  void write_paths(const Parts& parts, const Add& add) {
+    PathData path;
+    const auto write = [&] {
+      if (!path.text().empty()) d_svg += "<path" + attribute("d", path.text()) + "/>\n";
+      path = PathData();
+    };
+    for (const auto& part : parts) {
+      add(path, part);
+      if (path.text().size() >= kLongestPath) write();
     }
-    d_svg += "<path fill=\"none\"" + attribute("stroke", paint.colour) +
-             (paint.is_faint ? attribute("opacity", 0.3) : "") + attribute("stroke-width", width) +
-             attribute("d", path.text()) + "/>\n";
+    write();
   }
 
   // What is plated is a ring around what is drilled. Meshes have faces inside.
@@ -204,11 +221,11 @@ class ItemWriter {
            attribute("cy", static_cast<double>(point.y) / 1000, 0);
   }
 
-  // What a viewer shows at the pointer.
+  // What a viewer shows at the pointer: names, cut, for they stand at every item.
   std::string title(const std::string& name, int net) const {
-    std::string text = name;
+    std::string text = shortened(name, kNameCharacters);
     if (net >= 0 && !d_drawing.nets[static_cast<std::size_t>(net)].empty())
-      text += (text.empty() ? "" : ", ") + d_drawing.nets[static_cast<std::size_t>(net)];
+      text += (text.empty() ? "" : ", ") + shortened(d_drawing.nets[static_cast<std::size_t>(net)], kNameCharacters);
     return "<title>" + xml_text(text) + "</title>";
   }
 

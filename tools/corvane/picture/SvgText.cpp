@@ -3,42 +3,19 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
+
+#include "tools/corvane/support/LineText.h"
 
 namespace CorvaneTool {
 namespace {
 
 std::int64_t micrometres(std::int64_t nanometres) { return (nanometres + (nanometres < 0 ? -500 : 500)) / 1000; }
 
-bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80; }
-
-// Bytes of the character that the text begins with; 0 if it begins with none.
-std::size_t character_length(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  const std::size_t length = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
-  if (length == 0 || length > text.size()) return 0;
-  return std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), is_continuation) ? length
-                                                                                                            : 0;
-}
-
-std::uint32_t code_point(std::string_view character) {
-  if (character.size() == 1) return static_cast<unsigned char>(character.front());
-  std::uint32_t code = static_cast<unsigned char>(character.front()) & (0x7FU >> character.size());
-  for (const char byte : character.substr(1)) code = code << 6U | (static_cast<unsigned char>(byte) & 0x3FU);
-  return code;
-}
-
-// The characters of XML 1.0, without the longer spellings of shorter characters.
-bool is_xml_character(std::string_view character) {
-  const std::uint32_t code = code_point(character);
+// The characters of XML 1.0.
+bool is_xml_character(char32_t code) {
   if (code < 0x20) return code == '\t' || code == '\n' || code == '\r';
-  if (character.size() == 3 && code < 0x800) return false;
-  if (character.size() == 4 && (code < 0x10000 || code > 0x10FFFF)) return false;
-  return code < 0xD800 || (code > 0xDFFF && code != 0xFFFE && code != 0xFFFF);
+  return code != 0xFFFE && code != 0xFFFF;
 }
 
 }  // namespace
@@ -65,11 +42,10 @@ std::string attribute(const char* name, double value, int decimals) {
 std::string xml_text(std::string_view text) {
   std::string result;
   while (!text.empty()) {
-    const std::size_t length = character_length(text);
-    const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
-    text.remove_prefix(character.size());
-    if (length == 0 || !is_xml_character(character)) continue;
-    switch (character.front()) {
+    const Character character = first_character(text);
+    text.remove_prefix(std::max<std::size_t>(character.bytes.size(), 1));
+    if (character.bytes.empty() || !is_xml_character(character.code)) continue;
+    switch (character.code) {
       case '&':
         result += "&amp;";
         break;
@@ -83,25 +59,29 @@ std::string xml_text(std::string_view text) {
         result += "&quot;";
         break;
       default:
-        result += character;
+        result += character.bytes;
     }
   }
   return result;
 }
 
-std::string shortened(const std::string& text, std::size_t characters) {
-  std::size_t seen = 0, end = text.size();  // `end`: of all but the last allowed character
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (is_continuation(text[at])) continue;
-    if (++seen == characters) end = at;
-  }
-  return seen <= characters ? text : text.substr(0, end) + "…";
-}
-
 void PathData::add_closed(const Point* points, std::size_t count) {
   if (count == 0) return;
+  const PathData before = *this;
+  add_ring(points, count, 0);
+  for (std::int64_t step = 1'000; d_text.size() - before.d_text.size() > kLongestPath; step *= 2) {
+    *this = before;
+    add_ring(points, count, step);
+  }
+}
+
+void PathData::add_ring(const Point* points, std::size_t count, std::int64_t shortest_step) {
   begin(points[0]);
-  for (std::size_t i = 1; i < count; ++i) line_to(points[i]);
+  Point last = points[0];
+  for (std::size_t i = 1; i < count; ++i) {
+    if (std::abs(points[i].x - last.x) + std::abs(points[i].y - last.y) < shortest_step) continue;
+    line_to(last = points[i]);
+  }
   d_text += 'z';
   d_at = d_start;
 }

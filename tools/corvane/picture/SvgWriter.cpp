@@ -8,6 +8,7 @@
 #include "tools/corvane/picture/PictureFrame.h"
 #include "tools/corvane/picture/SvgItems.h"
 #include "tools/corvane/picture/SvgText.h"
+#include "tools/corvane/support/LineText.h"
 
 namespace CorvaneTool {
 namespace {

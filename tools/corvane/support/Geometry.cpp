@@ -1,6 +1,7 @@
 #include "tools/corvane/support/Geometry.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <numbers>
 #include <optional>
@@ -55,7 +56,17 @@ int chord_count(const Arc& arc) {
   return static_cast<int>(std::clamp(std::ceil(std::abs(arc.range) / step), 2.0, kMostChords));
 }
 
+constexpr double kFarthest = 1e6;  // mm
+
 }  // namespace
+
+bool is_drawable(double millimetres) { return std::abs(millimetres) <= kFarthest; }
+
+std::string not_drawable(double millimetres) {
+  char digits[32];
+  const auto [end, error] = std::to_chars(digits, digits + sizeof digits, millimetres);
+  return std::string(digits, end) + ", no length up to a kilometre";
+}
 
 Turn::Turn(double degrees) {
   const double angle = std::remainder(degrees, 360);  // -180 to 180

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace CorvaneTool {
@@ -18,6 +19,12 @@ struct Point {
 inline Point operator+(Point left, Point right) { return {left.x + right.x, left.y + right.y}; }
 
 using Outline = std::vector<Point>;
+
+/// Whether a length of a file, in millimetres, is a number and at most a kilometre.
+bool is_drawable(double millimetres);
+
+/// "inf, no length up to a kilometre"
+std::string not_drawable(double millimetres);
 
 /// Turns by one angle; exact for multiples of 90 degrees, else rounded to the nearest nanometre.
 class Turn {

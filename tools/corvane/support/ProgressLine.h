@@ -6,6 +6,8 @@
 #include <iostream>
 #include <string>
 
+#include "tools/corvane/support/LineText.h"
+
 namespace CorvaneTool {
 
 /// Overwrites one line of a terminal, and leaves it empty at the end. Pipes and files get nothing.
@@ -17,7 +19,7 @@ class ProgressLine {
   ProgressLine& operator=(const ProgressLine&) = delete;
 
   void show(const std::string& text) const {
-    if (d_is_shown) std::cerr << "\r\033[K" << text << std::flush;
+    if (d_is_shown) std::cerr << "\r\033[K" << printable(text) << std::flush;
   }
 
  private:

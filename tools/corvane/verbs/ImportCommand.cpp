@@ -4,12 +4,13 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 #include "tools/corvane/board/BoardNumbers.h"
 #include "tools/corvane/layout/Import.h"
+#include "tools/corvane/support/JsonOutput.h"
 #include "tools/corvane/support/ProgressLine.h"
+#include "tools/corvane/support/UsageError.h"
 #include "tools/corvane/verbs/ImportReport.h"
 
 namespace CorvaneTool {
@@ -20,6 +21,7 @@ constexpr int kMostCopies = 1000;  // in one direction
 struct ImportOptions {
   ImportRequest request;
   std::string panel;
+  std::uint64_t limit = 0;  // MiB; 0: the default
   bool json = false;
 };
 
@@ -30,8 +32,8 @@ void parse_panel(const std::string& text, ImportRequest& request) {
   const std::optional<int> rows = parse_whole(cross == std::string::npos ? std::string() : text.substr(cross + 1));
   const auto is_count = [](const std::optional<int>& count) { return count && *count >= 1 && *count <= kMostCopies; };
   if (!is_count(columns) || !is_count(rows)) {
-    throw std::runtime_error("--panel " + text + ": wants two counts from 1 to " + std::to_string(kMostCopies) +
-                             ", such as 6x4");
+    throw UsageError("--panel " + text + ": wants two counts from 1 to " + std::to_string(kMostCopies) +
+                     ", such as 6x4");
   }
   request.columns = *columns;
   request.rows = *rows;
@@ -41,13 +43,16 @@ void run_import(ImportOptions& options) {
   ImportRequest& request = options.request;
   if (request.name.empty()) request.name = std::filesystem::path(request.board).stem().string();
   if (!options.panel.empty()) parse_panel(options.panel, request);
+  request.limit = options.limit << 20U;
   ImportReport report;
   {
     const ProgressLine line;
-    report = import_board(request, [&](const std::string& phase) { line.show(request.board + ": " + phase); });
+    report = import_board(request, [&](const std::string& phase, int percent) {
+      line.show(request.board + ": " + std::to_string(percent) + " %, " + phase);
+    });
   }
   if (options.json) {
-    std::cout << report_json(report) << '\n';
+    print_json(report_json(report));
   } else {
     std::cout << report_text(report);
   }
@@ -63,6 +68,12 @@ void addImportCommand(CLI::App& app, int& exitStatus) {
   verb->add_option("--name", options->request.name, "Name of the database instead of the board's: DIR/NAME.zydat");
   verb->add_option("--panel", options->panel,
                    "Copies of the board side by side, for load tests: columns x rows, such as 6x4");
+  verb->add_option("--limit", options->limit,
+                   "MiB that the database may have, roughly; by default 64 and 16 times the board's file for each "
+                   "copy, at most 1024")
+      ->check(CLI::Range(1, 1 << 20));
+  verb->add_flag("--force", options->request.force,
+                 "Replace a database that was made from another board or changed since");
   verb->add_flag("--json", options->json, "Print the report as one JSON object");
   verb->callback([options, &exitStatus] {
     run_import(*options);

@@ -5,7 +5,7 @@
 
 namespace CorvaneTool {
 
-/// Adds `import BOARD.kicad_pcb DIR [--name NAME] [--panel KxL] [--json]`. Failures are thrown.
+/// Adds `import BOARD.kicad_pcb DIR [--name NAME] [--panel KxL] [--limit MIB] [--force] [--json]`. Failures are thrown.
 void addImportCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace CorvaneTool

@@ -1,8 +1,8 @@
 #include "tools/corvane/verbs/ImportReport.h"
 
-#include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "tools/corvane/support/LineText.h"
 #include "tools/corvane/support/ReportTable.h"
 
 namespace CorvaneTool {
@@ -24,7 +24,7 @@ ReportLines lines_of_seconds(const ImportReport& report) {
 ReportLines lines_of_skipped(const SkippedItems& skipped) {
   ReportLines lines;
   for (const auto& [what, count] : skipped.counts())
-    lines.emplace_back(what.first + ": " + what.second, std::to_string(count));
+    lines.emplace_back(printable(what.first, kNameCharacters) + ": " + what.second, std::to_string(count));
   return lines;
 }
 
@@ -32,7 +32,7 @@ ReportLines lines_of_skipped(const SkippedItems& skipped) {
 
 std::string report_text(const ImportReport& report) {
   std::ostringstream stream;
-  stream << report.database << ": " << report.bytes << " bytes, read back equal\n";
+  stream << printable(report.database) << ": " << report.bytes << " bytes, read back equal\n";
   print_table(stream, "table", "rows", lines_of(report.rows));
   print_table(stream, "list column", "values", lines_of(report.values));
   print_table(stream, "not mapped, or not as it stands", "items", lines_of_skipped(report.skipped));
@@ -40,7 +40,7 @@ std::string report_text(const ImportReport& report) {
   return stream.str();
 }
 
-std::string report_json(const ImportReport& report) {
+nlohmann::ordered_json report_json(const ImportReport& report) {
   nlohmann::ordered_json json;
   json["database"] = report.database;
   json["bytes"] = report.bytes;
@@ -53,7 +53,7 @@ std::string report_json(const ImportReport& report) {
   for (const auto& [what, count] : report.skipped.counts()) json["skipped"][what.first][what.second] = count;
   json["seconds"] = nlohmann::ordered_json::object();
   for (const auto& [phase, seconds] : report.seconds) json["seconds"][phase] = seconds;
-  return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  return json;
 }
 
 }  // namespace CorvaneTool

@@ -11,6 +11,8 @@
 #include <system_error>
 #include <vector>
 
+#include "tools/corvane/support/LengthOption.h"
+
 namespace CorvaneTool {
 namespace {
 
@@ -59,7 +61,7 @@ void addMeshCommand(CLI::App& app) {
   verb->add_option("DIR", options->directory, "Directory of the database")->required();
   verb->add_option("--name", options->name, "Name of the database, when DIR has several");
   verb->add_option("--max-edge", options->max_edge, "Longest edge in mm, instead of the settings' maxEdgeLen")
-      ->check(CLI::PositiveNumber);
+      ->check(positive_length);
   verb->add_flag("--json", options->json, "Print the report as one JSON object");
   verb->callback([options] { run_mesher(options->arguments()); });
 }

@@ -5,8 +5,8 @@
 
 namespace CorvaneTool {
 
-/// Adds `render FILE.zydat OUT.svg [--layer NAME] [--net NAME] [--width PIXELS]`. Failures are thrown; an earlier
-/// picture then stays.
+/// Adds `render FILE.zydat OUT.svg [--layer NAME] [--net NAME] [--width PIXELS] [--json]`; an OUT of `-`
+/// is standard output. Failures are thrown; an earlier picture then stays.
 void addRenderCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace CorvaneTool

@@ -5,6 +5,7 @@
 #   scripts/setup.sh --ci        also the second compiler and the checkers
 #   scripts/setup.sh --coverage  also what counts executed lines
 #   scripts/setup.sh --demo      also real circuit boards for the demo
+#   scripts/setup.sh --peers     also the libraries that bench/peers compares with
 #   scripts/setup.sh --fresh     also what makes a bare Debian to try everything in
 #
 # What the package manager says goes to build/setup.log.
@@ -18,6 +19,10 @@ for option in "$@"; do
     --ci) packages+=(clang clang-format clang-tidy libclang-rt-14-dev) ;;
     --coverage) packages+=(gcovr) ;;
     --demo) packages+=(kicad-demos) ;;
+    --peers)
+      packages+=(libhdf5-dev libsqlite3-dev libcapnp-dev capnproto libflatbuffers-dev flatbuffers-compiler
+                 libprotobuf-dev protobuf-compiler)
+      ;;
     --fresh) packages+=(debootstrap git) ;;
     *)
       echo "setup: unknown option $option" >&2

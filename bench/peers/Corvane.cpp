@@ -1,0 +1,82 @@
+// Corvane, through its public interface.
+#include <sys/prctl.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "bench/peers/System.h"
+#include "facade/DBZydata.h"
+
+namespace CorvaneBench::Peers {
+namespace {
+
+class Corvane : public System {
+ public:
+  explicit Corvane(const std::filesystem::path& file) : d_folder(file.parent_path()), d_name(file.stem()) {}
+
+  void build(const Layout& board) override {
+    d_database.emplace(d_folder);
+    d_database->openem(false, d_name);
+    d_database->write(board.layers.items());
+    d_database->write(board.nets.items());
+    d_database->write(board.vertices.items());
+    d_database->write(board.traces.items());
+    d_database->write(board.vias.items());
+    d_database->write(board.shapes.items(), "");
+    d_database->write(board.circuits.items());
+  }
+
+  void save() override { d_database->save(d_name); }
+
+  void load() override {
+    d_database.emplace(d_folder);
+    d_database->openem(true, d_name);
+  }
+
+  void rebuild(Objects& objects) override {
+    Layout& board = objects.layout;
+    d_database->read(board.layers.handed_over());
+    for (auto* layer : board.layers) objects.add(layer);
+    d_database->read(board.nets.handed_over());
+    objects.nets.reserve(board.nets.size());
+    for (auto* net : board.nets) objects.add(net);
+    d_database->read(board.vertices.handed_over(), objects.layers, objects.layers_by_name);
+    objects.vertices.reserve(board.vertices.size());
+    for (auto* vertex : board.vertices) objects.add(vertex);
+    d_database->read(board.traces.handed_over(), objects.nets, objects.vertices);
+    d_database->read(board.vias.handed_over(), objects.nets, objects.vertices);
+    d_database->read(board.shapes.handed_over(), objects.layers, objects.nets, "");
+    d_database->read(board.circuits.handed_over(), objects.vertices);
+  }
+
+ private:
+  std::string d_folder;
+  std::string d_name;
+  std::optional<Mesh2DPlat::DBZydata> d_database;
+};
+
+/// The same in a process that gets no huge pages.
+class CorvaneOnSmallPages final : public Corvane {
+ public:
+  explicit CorvaneOnSmallPages(const std::filesystem::path& file) : Corvane(file) {
+    if (::prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0) != 0) throw std::system_error(errno, std::generic_category(), "prctl");
+  }
+};
+
+}  // namespace
+
+Peer corvane_peer() {
+  return {"Corvane", CORVANE_VERSION,
+          "openem, write, save, read; what is loaded is checked; the time includes the library's start",
+          make_system<Corvane>};
+}
+
+Peer corvane_on_small_pages_peer() {
+  return {"Corvane without huge pages", CORVANE_VERSION, "the same where the system grants none",
+          make_system<CorvaneOnSmallPages>};
+}
+
+}  // namespace CorvaneBench::Peers

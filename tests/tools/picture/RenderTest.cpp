@@ -39,7 +39,7 @@ class RenderLayout : public Pictures {
   }
 
   std::string imported_board() {
-    import_board({kOwnBoard, folder.path(), "board"}, [](const std::string&, int) {});
+    import_board({kOwnBoard, folder.path(), "board"}, [](const std::string&) {});
     return folder.path("board.zydat");
   }
 };

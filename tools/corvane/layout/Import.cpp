@@ -131,17 +131,19 @@ class Importer {
     });
     Layout copy;
     in_phase("read", 55, [&] { copy = read_layout(database, at_table("read", layout, 55, 85)); });
-    d_progress("compare", 85);
+    show("compare", 85);
     if (const std::optional<std::string> difference = first_difference(layout, copy)) {
       throw std::runtime_error("what was read back differs: " + *difference);
     }
     count_tables(file, d_report);
   }
 
+  void show(const std::string& phase, int percent) const { d_progress(std::to_string(percent) + " %, " + phase); }
+
   template <class Work>
   void in_phase(const char* phase, int percent, const Work& work) {
     using Clock = std::chrono::steady_clock;
-    d_progress(phase, percent);
+    show(phase, percent);
     const Clock::time_point begin = Clock::now();
     work();
     d_report.seconds.emplace_back(phase, std::chrono::duration<double>(Clock::now() - begin).count());
@@ -157,7 +159,7 @@ class Importer {
     });
     return [this, phase, before, rows, first, last](const char* table) {
       const double share = before.at(table) / std::max(rows, 1.0);
-      d_progress(std::string(phase) + " " + table, first + static_cast<int>(share * (last - first)));
+      show(std::string(phase) + " " + table, first + static_cast<int>(share * (last - first)));
     };
   }
 

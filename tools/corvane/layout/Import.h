@@ -36,8 +36,8 @@ struct ImportReport {
   std::vector<std::pair<std::string, double>> seconds;  // by phase
 };
 
-/// Is told what begins, and how much of the whole is done, for people who wait.
-using Progress = std::function<void(const std::string& phase, int percent)>;
+/// Is told how much is done and what begins, for people who wait: "29 %, write em2dshape".
+using Progress = std::function<void(const std::string& text)>;
 
 /// Reads the board, writes it to a database, reads that back with a fresh instance and compares the two object by
 /// object. Throws when anything fails or differs; then there is no new file, and an earlier one of that name is as it

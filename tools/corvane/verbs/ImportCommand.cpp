@@ -47,9 +47,7 @@ void run_import(ImportOptions& options) {
   ImportReport report;
   {
     const ProgressLine line;
-    report = import_board(request, [&](const std::string& phase, int percent) {
-      line.show(request.board + ": " + std::to_string(percent) + " %, " + phase);
-    });
+    report = import_board(request, [&](const std::string& text) { line.show(request.board + ": " + text); });
   }
   if (options.json) {
     print_json(report_json(report));

@@ -9,8 +9,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
+#include <sstream>
 #include <streambuf>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "facade/Probe.h"
@@ -183,10 +185,10 @@ nlohmann::ordered_json to_json(const std::string& path, const FileInfo& info) {
   return json;
 }
 
-void print_table(const TableInfo& table) {
-  std::cout << '\n' << (table.path.empty() ? "(top level)" : printable(table.path, kShownPath)) << ": ";
-  if (table.is_frame) std::cout << table.rows << " rows, ";
-  std::cout << table.bytes << " bytes, " << table.kind << " of " << printable(table.type, kNameCharacters) << '\n';
+void print_table(std::ostream& stream, const TableInfo& table) {
+  stream << '\n' << (table.path.empty() ? "(top level)" : printable(table.path, kShownPath)) << ": ";
+  if (table.is_frame) stream << table.rows << " rows, ";
+  stream << table.bytes << " bytes, " << table.kind << " of " << printable(table.type, kNameCharacters) << '\n';
   std::vector<std::array<std::string, 3>> cells;
   std::array<std::size_t, 3> widths{};
   for (const ColumnInfo& column : table.columns) {
@@ -194,28 +196,36 @@ void print_table(const TableInfo& table) {
     for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], cells.back()[i].size());
   }
   for (std::size_t row = 0; row < cells.size(); ++row) {
-    std::cout << ' ' << std::left;
+    stream << ' ' << std::left;
     for (std::size_t i = 0; i < widths.size(); ++i)
-      std::cout << ' ' << std::setw(static_cast<int>(widths[i])) << cells[row][i] << ' ';
+      stream << ' ' << std::setw(static_cast<int>(widths[i])) << cells[row][i] << ' ';
     const ColumnInfo& column = table.columns[row];
-    std::cout << std::right << std::setw(12) << column.bytes << " bytes";
-    if (!column.values.empty()) std::cout << "  " << printable(column.values, kShownValue);
-    std::cout << '\n';
+    stream << std::right << std::setw(12) << column.bytes << " bytes";
+    if (!column.values.empty()) stream << "  " << printable(column.values, kShownValue);
+    stream << '\n';
   }
 }
 
-void print_text(const std::string& path, const FileInfo& info) {
-  std::cout << printable(path) << ": " << info.probe.file_bytes << " bytes, \"" << printable(info.name, kNameCharacters)
+void print_text(std::ostream& stream, const std::string& path, const FileInfo& info) {
+  stream << printable(path) << ": " << info.probe.file_bytes << " bytes, \"" << printable(info.name, kNameCharacters)
             << "\", " << info.probe.frame_count << " frames, " << info.probe.node_count << " schema nodes\n";
   if (info.probe.file_bytes > info.probe.message_bytes)
-    std::cout << info.probe.file_bytes - info.probe.message_bytes << " bytes follow the message and are not read\n";
+    stream << info.probe.file_bytes - info.probe.message_bytes << " bytes follow the message and are not read\n";
   if (!info.content.gaps.empty())
-    std::cout << "not a whole " << words(info.content.kind) << ": " << printable(info.content.text()) << '\n';
-  if (info.source) std::cout << in_words(*info.source) << '\n';
-  for (const TableInfo& table : info.tables) print_table(table);
+    stream << "not a whole " << words(info.content.kind) << ": " << printable(info.content.text()) << '\n';
+  if (info.source) stream << in_words(*info.source) << '\n';
+  for (const TableInfo& table : info.tables) print_table(stream, table);
 }
 
 }  // namespace
+
+std::string info_text(const std::string& path) {
+  std::ostringstream stream;
+  print_text(stream, path, inspect(path));
+  return std::move(stream).str();
+}
+
+nlohmann::ordered_json info_json(const std::string& path) { return to_json(path, inspect(path)); }
 
 void addInfoCommand(CLI::App& app, int& exitStatus) {
   struct Options {
@@ -228,11 +238,10 @@ void addInfoCommand(CLI::App& app, int& exitStatus) {
   command->add_option("FILE", options->file, "A .zydat file")->required();
   command->add_flag("--json", options->json, "Print one JSON object");
   command->callback([options, &exitStatus] {
-    const FileInfo info = inspect(options->file);
     if (options->json) {
-      print_json(to_json(options->file, info));
+      print_json(info_json(options->file));
     } else {
-      print_text(options->file, info);
+      std::cout << info_text(options->file);
     }
     exitStatus = 0;
   });

@@ -1,5 +1,6 @@
 #include "facade/ConfigTable.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -59,7 +60,23 @@ void ConfigTable::define(ZyData::Schema& top) const {
   top.add_field(record);
 }
 
-void ConfigTable::check(ZyData::DataObj& tree) { fields_of(*tree.find_path(kTable)); }
+bool ConfigTable::is_defined_in(const ZyData::Schema& top) {
+  const auto& fields = top.fields();
+  return std::any_of(fields.begin(), fields.end(), [](const auto& field) { return field->name() == kTable; });
+}
+
+void ConfigTable::find_gaps(ZyData::DataObj& tree, std::vector<ContentGap>& gaps) {
+  const auto record = tree.find_path_or_null(kTable);
+  if (record == nullptr || !record->is_composite()) {
+    gaps.push_back({kTable, "", record != nullptr});
+    return;
+  }
+  ModelAccess::visit_settings([&](const char* name, auto getter, auto) {
+    const auto field = record->find_path_or_null(name);
+    if (dynamic_cast<const SettingField<SettingType<decltype(getter)>>*>(field.get()) != nullptr) return;
+    gaps.push_back({kTable, name, field != nullptr});
+  });
+}
 
 void ConfigTable::write(ZyData::DataObj& tree, const SImeshConfig& config) {
   const std::vector<ZyData::DataObj*> fields = fields_of(*tree.find_path(kTable));

@@ -3,6 +3,7 @@
 
 #include "facade/DBInterface.h"
 #include "facade/EntityTable.h"
+#include "facade/Probe.h"
 
 namespace Mesh2DPlat {
 
@@ -13,8 +14,9 @@ class ConfigTable final : public EntityTable {
   void define(ZyData::Schema& top) const override;
   /// Stores every setting. Throws Util::Error, and stores none, when a field is missing or of another type.
   void write(ZyData::DataObj& tree, const SImeshConfig& config);
-  /// Throws Util::Error unless every setting is there in its type.
-  static void check(ZyData::DataObj& tree);
+  static bool is_defined_in(const ZyData::Schema& top);
+  /// Appends a gap for the record or, when it is there, for each setting that is missing or of another type.
+  static void find_gaps(ZyData::DataObj& tree, std::vector<ContentGap>& gaps);
   /// Sets every setting, or throws and sets none.
   void read(ZyData::DataObj& tree, SImeshConfig& config);
 };

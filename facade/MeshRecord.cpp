@@ -41,8 +41,6 @@ CORVANE_CHECK_ELEMENTS(MeshPolygonProxy);
 static_assert(std::is_default_constructible_v<SImesh2D> && std::is_move_assignable_v<SImesh2D>,
               "a mesh is built beside the caller's and then moved into it");
 
-constexpr const char* kNegativePolygons = "negpolymesh";
-
 // The order in which the tables stand in a file.
 void define_plane_tables(ZyData::Schema& top) {
   define_frame<MeshLayerProxy>(top);

@@ -15,6 +15,9 @@
 
 namespace Mesh2DPlat {
 
+/// The table that a mesh file has only when the mesh has negative polygons.
+inline constexpr const char* kNegativePolygons = "negpolymesh";
+
 /// The numbers of one via in a row of meshes.
 struct ViaNumbers {
   std::string via;

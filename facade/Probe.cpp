@@ -3,10 +3,10 @@
 #include <cerrno>
 #include <new>
 
-#include "facade/ConfigTable.h"
 #include "facade/DatabaseFile.h"
+#include "facade/LayoutProxies.h"
 #include "facade/LayoutTables.h"
-#include "facade/MeshRecord.h"
+#include "facade/MeshProxies.h"
 #include "mpsys/FileConnection.h"
 #include "util/Error.h"
 #include "zydata/message/serialize.h"
@@ -16,38 +16,28 @@ namespace {
 
 using ZyData::FileFault;
 
-/// Throws Util::Error unless the tables of these rows are there with their columns.
-template <class... P>
-void check_tables(ZyData::DataObj& tree) {
-  (void(RowReader<P>(tree)), ...);
+/// Throws Util::Error for what is wrong in spite of all tables being there.
+void check_rows(ZyData::DataObj& tree, FileKind kind) {
+  if (kind != FileKind::other) refuse_fields_in_files(*tree.schema());
+  if (kind == FileKind::database) PinTable::check(tree);
 }
 
-void check_database(ZyData::DataObj& tree) {
-  refuse_fields_in_files(*tree.schema());
-  ConfigTable::check(tree);
-  check_tables<EM2DNetProxy, EM2DVertexProxy, EM2DLayerProxy, EM2DSignalProxy, EM2DShapeProxy, EM2DViaProxy,
-               EM2DPolyViaProxy, EM2DTraceProxy>(tree);
-  PinTable::check(tree);
+void check_content(ZyData::DataObj& tree, ProbeResult& result) {
+  result.content = probeContent(tree);
+  const std::vector<ContentGap>& gaps = result.content.gaps;
+  if (gaps.empty()) return check_rows(tree, result.content.kind);
+  result.fault = FileFault::damaged;
+  result.text = result.content.text();
+  result.table = gaps[0].table;
+  result.column = gaps[0].column;
 }
 
-void check_mesh(ZyData::DataObj& tree) {
-  refuse_fields_in_files(*tree.schema());
-  void(MeshTables(tree));
-}
-
-bool has_table(ZyData::DataObj& tree, const char* name) { return tree.find_path_or_null(name) != nullptr; }
-
-void check_content(ZyData::DataObj& tree) {
-  if (has_table(tree, EM2DNetProxy::kTable)) check_database(tree);
-  if (has_table(tree, MeshNodeProxy::kTable)) check_mesh(tree);
-}
-
-void load_and_check(const std::string& path) {
+void load_and_check(const std::string& path, ProbeResult& result) {
   MPSys::FileConnection connection(path.c_str(), MPSys::FileMode::reading);
   std::shared_ptr<ZyData::DataObj> loaded;
   ZyData::receiveDataObject(connection, loaded);
   const OwnedTree tree(std::move(loaded));
-  if (tree) check_content(*tree);
+  if (tree) check_content(*tree, result);
 }
 
 }  // namespace
@@ -56,17 +46,17 @@ ProbeResult probe(const std::string& path) {
   register_layout_types();
   register_mesh_types();
   ZyData::FileReport report = ZyData::inspect_file(path);
-  ProbeResult result{report.fault,
-                     std::move(report.text),
-                     report.found.message_bytes,
-                     report.found.file_bytes,
-                     std::move(report.unknown_type),
-                     "",
-                     "",
-                     report.offset};
+  ProbeResult result;
+  result.fault = report.fault;
+  result.text = std::move(report.text);
+  result.expectedBytes = report.found.message_bytes;
+  result.actualBytes = report.found.file_bytes;
+  result.unknownType = std::move(report.unknown_type);
+  result.offset = report.offset;
   if (result.fault != FileFault::none) return result;
+  result.trailingBytes = result.actualBytes - result.expectedBytes;
   try {
-    load_and_check(path);
+    load_and_check(path, result);
   } catch (const Util::Error& error) {
     if (error.error_number() == ENOMEM) throw std::bad_alloc();
     result.fault = error.error_number() == 0 ? FileFault::damaged : FileFault::unreadable;

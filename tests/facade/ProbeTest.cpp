@@ -12,6 +12,7 @@
 #include "facade/DBZydata.h"
 #include "facade/Probe.h"
 #include "tests/support/TestSupport.h"
+#include "zydata/schema/TypeRegistry.h"
 
 namespace Mesh2DPlat {
 namespace {
@@ -33,6 +34,7 @@ struct Case {
   const char* table = "";
   const char* column = "";
   std::optional<std::uint64_t> offset = std::nullopt;  // where it is checked
+  std::uint64_t trailing_bytes = 0;
 };
 
 void put(std::string& bytes, std::size_t at, const std::string& value) { bytes.replace(at, value.size(), value); }
@@ -40,7 +42,7 @@ void put(std::string& bytes, std::size_t at, const std::string& value) { bytes.r
 const std::vector<Case>& cases() {
   static const std::vector<Case> all{
       {"sound", FileFault::none, [](std::string&) {}, "", 7682},
-      {"sound and more", FileFault::none, [](std::string& b) { b += "more"; }, "", 7682},
+      {"sound and more", FileFault::none, [](std::string& b) { b += "more"; }, "", 7682, "", "", std::nullopt, 4},
       {"empty", FileFault::empty, [](std::string& b) { b.clear(); }, "it is empty", 0},
       {"cut header", FileFault::cut_short, [](std::string& b) { b.resize(11); }, "it has fewer bytes than a header",
        12},
@@ -64,10 +66,15 @@ const std::vector<Case>& cases() {
        "the stored offsets of \"name\" do not describe its 6 values", 7682, "emnet", "name", kNetNames},
       {"pin out of range", FileFault::damaged, [](std::string& b) { put(b, kPins, "\xff\xff\xff\xff"); },
        "circuit \"U1\" names pin row -1 of 3", 7682},
-      {"missing table", FileFault::damaged, [](std::string& b) { put(b, b.find("em2dvia"), "em2dvib"); }, nullptr,
-       7682},
-      {"missing setting", FileFault::damaged, [](std::string& b) { put(b, b.find("thetamin"), "thetamax"); }, nullptr,
-       7682},
+      {"renamed table", FileFault::damaged, [](std::string& b) { put(b, b.find("emnet"), "emnot"); },
+       "a database of which table \"emnet\" is missing", 7682, "emnet"},
+      {"renamed settings", FileFault::damaged, [](std::string& b) { put(b, b.find("simeshconfig"), "simeshcondig"); },
+       "a database of which table \"simeshconfig\" is missing", 7682, "simeshconfig"},
+      {"renamed setting", FileFault::damaged, [](std::string& b) { put(b, b.find("thetamin"), "thetamax"); },
+       "a database of which column \"thetamin\" of table \"simeshconfig\" is missing", 7682, "simeshconfig",
+       "thetamin"},
+      {"renamed column", FileFault::damaged, [](std::string& b) { put(b, b.find("uplayer"), "UPlayer"); },
+       "a database of which column \"uplayer\" of table \"em2dvertex\" is missing", 7682, "em2dvertex", "uplayer"},
   };
   return all;
 }
@@ -94,8 +101,9 @@ TEST_F(ProbeFile, TellsStatesApart) {
     example.change(bytes);
     const ProbeResult result = probe_bytes(bytes);
     EXPECT_EQ(result.fault, example.fault) << result.text;
-    EXPECT_EQ(result.text, example.text == nullptr ? result.text : example.text);
+    EXPECT_EQ(result.text, example.text);
     EXPECT_EQ(result.actualBytes, bytes.size());
+    EXPECT_EQ(result.trailingBytes, example.trailing_bytes);
     EXPECT_EQ(result.table, example.table);
     EXPECT_EQ(result.column, example.column);
     EXPECT_EQ(result.offset, example.offset ? example.offset : result.offset);
@@ -107,10 +115,44 @@ TEST_F(ProbeFile, TellsStatesApart) {
 TEST_F(ProbeFile, KnowsMeshesAndPlainTrees) {
   const std::string mesh = read_file(CORVANE_TEST_DATA "/corvane2d.zydat");
   EXPECT_EQ(probe_bytes(mesh).fault, FileFault::none);
-  std::string damaged = mesh;
-  put(damaged, damaged.find("meshvia"), "meshvib");
-  EXPECT_EQ(probe_bytes(damaged).fault, FileFault::damaged);
-  EXPECT_EQ(probe(CORVANE_TEST_DATA "/kinds.zydat").fault, FileFault::none);
+  EXPECT_EQ(probe_bytes(mesh).content.kind, FileKind::mesh);
+  for (const std::string name : {"meshface", "meshvia", "em2dshape"}) {
+    std::string damaged = mesh;
+    damaged[damaged.find(name)] = 'X';
+    const ProbeResult result = probe_bytes(damaged);
+    EXPECT_EQ(result.content.kind, FileKind::mesh);
+    EXPECT_EQ(result.text, "a mesh of which table \"" + name + "\" is missing");
+  }
+  const ProbeResult plain = probe(CORVANE_TEST_DATA "/kinds.zydat");
+  EXPECT_EQ(plain.fault, FileFault::none);
+  EXPECT_EQ(plain.content.kind, FileKind::other);
+}
+
+TEST_F(ProbeFile, NamesEveryGapAndMindsNothingMore) {
+  DBZydata db(d_folder.path());
+  db.openem(false, "open");
+  const auto& top = currentRoot->schema;
+  const auto renewed = ZyData::make_record_schema("top");
+  for (const auto& field : top->fields()) {
+    if (field->name() == "em2dtrace" || field->name() == "simeshconfig") continue;
+    renewed->add_field(field->name() == "em2dpin" ? ZyData::make_schema<int>("em2dpin", 0x1001) : field);
+  }
+  renewed->add_field(ZyData::make_schema<int>("own", 0));
+  top->field("em2dlayer")->add_field(ZyData::make_schema<int>("own", 0x1001));
+  const auto names = top->field("emnet")->field("name");
+  names->set_name("title");
+  top->field("emnet")->add_field(ZyData::make_schema<int>("name", 0x1001));
+  const OwnedTree tree = make_tree(renewed);
+  const FileContent content = probeContent(*tree);
+  EXPECT_EQ(content.kind, FileKind::database);
+  EXPECT_EQ(content.text(),
+            "a database of which table \"simeshconfig\" is missing, column \"name\" of table \"emnet\" is of another "
+            "type, table \"em2dtrace\" is missing, table \"em2dpin\" is of another type");
+  renewed->clear_fields();
+  renewed->add_field(top->field("emnet"));  // one of its tables makes no database
+  EXPECT_EQ(probeContent(*make_tree(renewed)).kind, FileKind::other);
+  renewed->add_field(top->field("em2dlayer"));
+  EXPECT_EQ(probeContent(*make_tree(renewed)).gaps.size(), 10u);
 }
 
 TEST_F(ProbeFile, TellsWhatIsNoFile) {

@@ -1,32 +1,24 @@
 // Object <-> row: the one place that names members of the caller's object types.
 //
-// row_of() copies what is stored of an object into a row that views the object's texts and lists; a reference that must
-// be there is asserted. make_*() builds a new object from a row and the objects that it refers to. A program with
-// object types of its own replaces this header together with model/ModelTypes.h (build option CORVANE_MODEL_DIR); the
-// functions below are all that the library uses.
+// row_of() copies what is stored of an object into a row that views the object's texts and lists. make_*() builds a new
+// object from a row and the objects that it refers to. A program with object types of its own replaces this header
+// together with model/ModelTypes.h (build option CORVANE_MODEL_DIR); the functions below are all that the library uses,
+// and one that is missing is named when the library is compiled (Model.h).
 #pragma once
 
 #include <memory>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
-#include "facade/LayoutProxies.h"
-#include "facade/MeshProxies.h"
+#include "facade/ModelBinding.h"
 #include "model/EM2D.h"
 #include "model/MeshReadInterface.h"
 #include "model/SImesh2D.h"
 #include "model/SImeshConfig.h"
-#include "util/Assert.h"
 
 namespace Mesh2DPlat::ModelAccess {
-
-/// Checks a reference that every object of its kind has.
-template <class Object>
-const Object& present(const Object* object) {
-  UTIL_ASSERT_TEXT(object != nullptr, "a layout object refers to nothing where a reference is required");
-  return *object;
-}
 
 // --- objects with an id or a name ---
 inline EM2DLayerProxy row_of(const EM2DLayer& layer) { return {layer.id(), layer.name(), layer.z()}; }
@@ -72,8 +64,9 @@ inline std::unique_ptr<EM2DVertex> make_vertex(const EM2DVertexProxy& row, EM2DL
 
 // --- objects between two vertices ---
 inline EM2DTraceProxy row_of(const EM2DTrace& trace) {
-  return {trace.name(), present(trace.net()).id(), present(trace.startVertex()).id(), present(trace.endVertex()).id(),
-          trace.option()};
+  return {trace.name(), present(trace.net(), "net", trace.name()).id(),
+          present(trace.startVertex(), "start vertex", trace.name()).id(),
+          present(trace.endVertex(), "end vertex", trace.name()).id(), trace.option()};
 }
 inline std::unique_ptr<EM2DTrace> make_trace(const EM2DTraceProxy& row, EM2DNet* net, EM2DVertex* start,
                                              EM2DVertex* end) {
@@ -81,8 +74,9 @@ inline std::unique_ptr<EM2DTrace> make_trace(const EM2DTraceProxy& row, EM2DNet*
 }
 
 inline EM2DViaProxy row_of(const EM2DVia& via) {
-  return {via.name(), present(via.net()).id(), present(via.startVertex()).id(), present(via.endVertex()).id(),
-          via.radius()};
+  return {via.name(), present(via.net(), "net", via.name()).id(),
+          present(via.startVertex(), "start vertex", via.name()).id(),
+          present(via.endVertex(), "end vertex", via.name()).id(), via.radius()};
 }
 inline std::unique_ptr<EM2DVia> make_via(const EM2DViaProxy& row, EM2DNet* net, EM2DVertex* start, EM2DVertex* end) {
   return std::make_unique<EM2DVia>(std::string(row.name), net, start, end, row.r);
@@ -90,14 +84,14 @@ inline std::unique_ptr<EM2DVia> make_via(const EM2DViaProxy& row, EM2DNet* net, 
 
 inline EM2DPolyViaProxy row_of(const EM2DPolyVia& via) {
   return {via.name(),
-          present(via.net()).id(),
-          present(via.startVertex()).id(),
-          present(via.endVertex()).id(),
+          present(via.net(), "net", via.name()).id(),
+          present(via.startVertex(), "start vertex", via.name()).id(),
+          present(via.endVertex(), "end vertex", via.name()).id(),
           static_cast<EM2DPolyViaProxy::ePolyType>(via.polyType()),
           via.coordinates()};
 }
-inline std::unique_ptr<EM2DVia> make_poly_via(const EM2DPolyViaProxy& row, EM2DNet* net, EM2DVertex* start,
-                                              EM2DVertex* end) {
+inline std::unique_ptr<EM2DPolyVia> make_poly_via(const EM2DPolyViaProxy& row, EM2DNet* net, EM2DVertex* start,
+                                                  EM2DVertex* end) {
   return std::make_unique<EM2DPolyVia>(std::string(row.name), net, start, end,
                                        static_cast<EM2DPolyVia::PolyType>(row.polytype), row.coord.to_vector());
 }
@@ -105,8 +99,8 @@ inline std::unique_ptr<EM2DVia> make_poly_via(const EM2DPolyViaProxy& row, EM2DN
 // --- areas and parts ---
 inline EM2DShapeProxy row_of(const EM2DShape& shape) {
   return {shape.name(),
-          present(shape.layer()).id(),
-          present(shape.net()).id(),
+          present(shape.layer(), "layer", shape.name()).id(),
+          present(shape.net(), "net", shape.name()).id(),
           static_cast<EM2DShapeProxy::eType>(shape.type()),
           shape.option(),
           shape.coordinates()};
@@ -125,7 +119,9 @@ inline std::size_t pin_count(const EM2DCircuit& circuit) { return circuit.pins()
 /// Calls visit(name, vertex id) for every pin entry in order.
 template <class Visitor>
 void visit_pins(const EM2DCircuit& circuit, Visitor&& visit) {
-  for (const auto& [name, vertex] : circuit.pins()) visit(std::string_view(name), present(vertex).id());
+  for (const auto& [name, vertex] : circuit.pins()) {
+    visit(std::string_view(name), present(vertex, "vertex at one of its pins", circuit.name()).id());
+  }
 }
 inline void add_pin(EM2DCircuit& circuit, std::string_view name, EM2DVertex* vertex) {
   circuit.addPin(std::string(name), vertex);
@@ -134,10 +130,6 @@ inline void set_option(EM2DCircuit& circuit, int option) { circuit.setOption(opt
 
 // --- meshes ---
 inline std::string_view name_of(const EM2DVia& via) { return via.name(); }
-
-/// Names the elements of a mesh that are stored in rows P.
-template <class P>
-struct Elements {};
 
 /// The elements of one kind, in order. row_of() takes each; element_of() makes one of a row.
 inline auto& list(auto& mesh, Elements<MeshLayerProxy>) { return mesh.layers; }
@@ -257,31 +249,29 @@ inline void neg_polygon_read(MeshReadInterface& reader, SImesh2D& mesh, std::siz
 }
 
 // --- settings ---
-/// Calls visit(name, getter, setter) for every setting, in the order of the record's fields.
-template <class Visitor>
-void visit_settings(Visitor&& visit) {
+/// One setting<"name">(getter, setter) for each, in any order.
+constexpr auto settings(Settings) {
   using C = SImeshConfig;
-  visit("thetamin", &C::thetamin, &C::setThetamin);
-  visit("simplifyAngle", &C::simplifyAngle, &C::setSimplifyAngle);
-  visit("maxEdgeLen", &C::maxEdgeLen, &C::setMaxEdgeLen);
-  visit("minEdgeLen", &C::minEdgeLen, &C::setMinEdgeLen);
-  visit("smallHoleThreshold", &C::smallHoleThreshold, &C::setSmallHoleThreshold);
-  visit("alignAbsorb", &C::alignAbsorb, &C::setAlignAbsorb);
-  visit("calcPrecision", &C::calcPrecision, &C::setCalcPrecision);
-  visit("compPrecision", &C::compPrecision, &C::setCompPrecision);
-  visit("calcPrecision2", &C::calcPrecision2, &C::setCalcPrecision2);
-  visit("geomPrecision", &C::geomPrecision, &C::setGeomPrecision);
-  visit("mesheps", &C::mesheps, &C::setMesheps);
-  visit("calcPrecisionFor1AndT", &C::calcPrecisionFor1AndT, &C::setCalcPrecisionFor1AndT);
-  visit("refdistance", &C::refdistance, &C::setRefdistance);
-  visit("customCpuNum", &C::customCpuNum, &C::setCustomCpuNum);
-  visit("mode", &C::mode, &C::setMode);
-  visit("ppid", &C::ppid, &C::setPpid);
-  visit("option", &C::option, &C::setOption);
-  visit("resourceFile", &C::resourceFile, &C::setResourceFile);
-  visit("runTimeErrorFile", &C::runTimeErrorFile, &C::setRunTimeErrorFile);
-  visit("winContentFile", &C::winContentFile, &C::setWinContentFile);
-  visit("casefile", &C::casefile, &C::setCasefile);
+  return std::make_tuple(setting<"thetamin">(&C::thetamin, &C::setThetamin),
+                         setting<"simplifyAngle">(&C::simplifyAngle, &C::setSimplifyAngle),
+                         setting<"maxEdgeLen">(&C::maxEdgeLen, &C::setMaxEdgeLen),
+                         setting<"minEdgeLen">(&C::minEdgeLen, &C::setMinEdgeLen),
+                         setting<"smallHoleThreshold">(&C::smallHoleThreshold, &C::setSmallHoleThreshold),
+                         setting<"alignAbsorb">(&C::alignAbsorb, &C::setAlignAbsorb),
+                         setting<"calcPrecision">(&C::calcPrecision, &C::setCalcPrecision),
+                         setting<"compPrecision">(&C::compPrecision, &C::setCompPrecision),
+                         setting<"calcPrecision2">(&C::calcPrecision2, &C::setCalcPrecision2),
+                         setting<"geomPrecision">(&C::geomPrecision, &C::setGeomPrecision),
+                         setting<"mesheps">(&C::mesheps, &C::setMesheps),
+                         setting<"calcPrecisionFor1AndT">(&C::calcPrecisionFor1AndT, &C::setCalcPrecisionFor1AndT),
+                         setting<"refdistance">(&C::refdistance, &C::setRefdistance),
+                         setting<"customCpuNum">(&C::customCpuNum, &C::setCustomCpuNum),
+                         setting<"mode">(&C::mode, &C::setMode), setting<"ppid">(&C::ppid, &C::setPpid),
+                         setting<"option">(&C::option, &C::setOption),
+                         setting<"resourceFile">(&C::resourceFile, &C::setResourceFile),
+                         setting<"runTimeErrorFile">(&C::runTimeErrorFile, &C::setRunTimeErrorFile),
+                         setting<"winContentFile">(&C::winContentFile, &C::setWinContentFile),
+                         setting<"casefile">(&C::casefile, &C::setCasefile));
 }
 
 }  // namespace Mesh2DPlat::ModelAccess

@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/corvane")
 
-install(TARGETS corvane EXPORT corvaneTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(TARGETS corvane EXPORT corvaneTargets LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+                                              ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(EXPORT corvaneTargets NAMESPACE corvane:: DESTINATION "${package_dir}")
 
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/corvaneConfig.cmake.in"
@@ -14,11 +15,14 @@ install(FILES "${PROJECT_BINARY_DIR}/corvaneConfig.cmake" "${PROJECT_BINARY_DIR}
         DESTINATION "${package_dir}")
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
+# Our headers of object types are installed as far as a program's own model uses them.
 get_property(public_headers GLOBAL PROPERTY CORVANE_PUBLIC_HEADERS)
+if(CORVANE_MODEL_DIR)
+  corvane_find_used_headers(used_headers)
+endif()
 foreach(header ${public_headers})
   cmake_path(GET header PARENT_PATH folder)
-  # Of a program's own model its own headers are installed, and ours where it has none.
-  if(NOT (CORVANE_MODEL_DIR AND EXISTS "${CORVANE_MODEL_DIR}/${header}"))
+  if(NOT CORVANE_MODEL_DIR OR NOT folder STREQUAL "model" OR header IN_LIST used_headers)
     install(FILES "${PROJECT_SOURCE_DIR}/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/corvane/${folder}")
   endif()
 endforeach()

@@ -17,7 +17,7 @@ class ConfigTable final : public EntityTable {
   static bool is_defined_in(const ZyData::Schema& top);
   /// Appends a gap for the record or, when it is there, for each setting that is missing or of another type.
   static void find_gaps(ZyData::DataObj& tree, std::vector<ContentGap>& gaps);
-  /// Sets every setting, or throws and sets none.
+  /// Fetches every setting, or throws and sets none; then calls the object's own setter of each.
   void read(ZyData::DataObj& tree, SImeshConfig& config);
 };
 

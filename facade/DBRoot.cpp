@@ -43,7 +43,10 @@ void set_table(T*& slot, T& table, ZyData::Schema* top) {
 
 DBRoot* currentRoot = nullptr;
 
-void replace_root(const std::string& name) { currentRoot = &all_roots().emplace_back(name); }
+void replace_root(const std::string& name) {
+  DBRoot* old = std::exchange(currentRoot, &all_roots().emplace_back(name));
+  if (old != nullptr) old->unlink();
+}
 
 DBRoot::DBRoot(const std::string& /*name*/) {}
 
@@ -72,8 +75,9 @@ void DBRoot::start(const std::string& name) {
   replace_by(fresh);
 }
 
-void DBRoot::take(OwnedTree loaded) {
+void DBRoot::take(OwnedTree loaded, const std::string& path) {
   DBRoot fresh("");
+  if (!loaded) fresh.d_empty_file = path;
   fresh.tree = loaded.release();
   if (fresh.tree != nullptr) {
     fresh.schema = fresh.tree->schema();
@@ -91,11 +95,13 @@ void DBRoot::unlink() {
   if (tree != nullptr) tree->clear_hierarchy();
   tree.reset();
   schema.reset();
+  if (pins != nullptr) pins->forget_names();
 }
 
 const std::shared_ptr<ZyData::DataObj>& DBRoot::open_tree() const {
-  if (tree == nullptr) throw Util::Error("no database is open");
-  return tree;
+  if (tree != nullptr) return tree;
+  if (d_empty_file.empty()) throw Util::Error("no database is open");
+  throw Util::Error("no database is open: nothing was received from file '" + d_empty_file + "'");
 }
 
 }  // namespace Mesh2DPlat

@@ -21,6 +21,9 @@ struct DBRoot {
   DBRoot& operator=(DBRoot&&) = default;
   ~DBRoot();  // unlinks the tree, which would keep itself alive
 
+  /// Lets go of tree and schema.
+  void unlink();
+
   std::shared_ptr<ZyData::DataObj> tree;
   std::shared_ptr<ZyData::Schema> schema;  // of `tree`
   NetTable* nets = nullptr;                // slot 1
@@ -37,23 +40,24 @@ struct DBRoot {
   // What was open before is replaced; when something throws, it stays.
   /// Starts an empty database whose top-level schema has this name.
   void start(const std::string& name);
-  /// Takes over a loaded tree. An empty one leaves nothing open: no tree, no schema, no tables.
-  void take(OwnedTree loaded);
-  /// The tree. Throws Util::Error while nothing is open.
+  /// Takes over a tree that was loaded from `path`. An empty one leaves nothing open: no tree, no schema, no tables.
+  void take(OwnedTree loaded, const std::string& path = "");
+  /// The tree. Throws Util::Error while nothing is open, with the path that nothing was received from.
   const std::shared_ptr<ZyData::DataObj>& open_tree() const;
 
  private:
   /// Each table adds its schema to `top`; null when the schemas come from a file.
   void make_tables(ZyData::Schema* top);
   void replace_by(DBRoot& fresh);
-  /// Lets go of tree and schema.
-  void unlink();
+
+  std::string d_empty_file;  // that was opened last and had no tree; else empty
 };
 
 /// The root that every database works on; null before the first one is constructed.
 extern DBRoot* currentRoot;
 
-/// Makes a new root current. The old one is abandoned: it stays in memory until the process ends.
+/// Makes a new root current. The old one's tree is freed; the record itself and its tables are abandoned: they stay in
+/// memory until the process ends.
 void replace_root(const std::string& name);
 
 }  // namespace Mesh2DPlat

@@ -7,8 +7,9 @@
 #include "facade/LayoutProxies.h"
 #include "facade/MeshProxies.h"
 #include "facade/SafeSave.h"
-#include "util/Assert.h"
+#include "util/Error.h"
 #include "zydata/message/serialize.h"
+#include "zydata/schema/SchemaTable.h"
 
 namespace Mesh2DPlat {
 namespace {
@@ -25,6 +26,12 @@ bool read_from(Entity* DBRoot::*table, Arguments&... arguments) {
   ZyData::DataObj& tree = *currentRoot->open_tree();
   (currentRoot->*table)->read(tree, arguments...);
   return true;
+}
+
+/// A name that no file could take.
+void check_name(const std::string& name) {
+  if (name.size() <= ZyData::kMaxNameSize) return;
+  throw Util::Error("a schema text of %zu bytes is longer than %zu bytes", name.size(), ZyData::kMaxNameSize);
 }
 
 }  // namespace
@@ -50,10 +57,7 @@ void DBZydata::write(const std::vector<EM2DLayer*>& layers) { write_to(&DBRoot::
 void DBZydata::write(const std::vector<EM2DVertex*>& vertices) { write_to(&DBRoot::vertices, vertices); }
 void DBZydata::write(const std::vector<EM2DNet*>& nets) { write_to(&DBRoot::nets, nets); }
 
-void DBZydata::write(SImeshConfig* config) {
-  UTIL_ASSERT(config != nullptr);
-  write_to(&DBRoot::config, *config);
-}
+void DBZydata::write(SImeshConfig* config) { write_to(&DBRoot::config, given(config, "settings")); }
 
 bool DBZydata::read(std::vector<EM2DCircuit*>& circuits, const Table<int, EM2DVertex>& vertices) {
   return read_from(&DBRoot::pins, circuits, vertices);
@@ -88,10 +92,9 @@ bool DBZydata::read(std::vector<EM2DLayer*>& layers) { return read_from(&DBRoot:
 
 bool DBZydata::read(std::vector<EM2DNet*>& nets) { return read_from(&DBRoot::nets, nets); }
 
-bool DBZydata::read(SImeshConfig* config) {
-  UTIL_ASSERT(config != nullptr);
-  return read_from(&DBRoot::config, *config);
-}
+bool DBZydata::read(SImeshConfig* config) { return read_from(&DBRoot::config, given(config, "settings")); }
+
+void DBZydata::limitCircuits(std::uint64_t bytes) { PinTable::limit_circuits(bytes); }
 
 bool DBZydata::save(const std::string& name) {
   // Everything that can fail without a file fails before a good file is cut.
@@ -110,12 +113,13 @@ bool DBZydata::saveSafely(const std::string& name, bool keepPrevious) {
 
 bool DBZydata::openem(bool load, const std::string& name) {
   if (!load) {
+    check_name(name);
     currentRoot->start(name);
     return true;
   }
   const std::string path = directory + "/" + name + ".zydat";
   if (!exists(path)) return false;
-  currentRoot->take(read_file(path));  // nothing received: nothing is open
+  currentRoot->take(read_file(path), path);
   return true;
 }
 

@@ -8,6 +8,7 @@
 // All databases of a process work on one shared root: the one that was constructed last wins, for all of them.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -68,6 +69,11 @@ class CORVANE_API DBZydata : public DBInterface {
   bool readNegPolyMesh(SImesh2D* mesh, MeshReadInterface* reader) override;  // 22
   bool save(const std::string& name) override;                               // 23
   bool openem(bool load, const std::string& name) override;                  // 24
+
+  /// The most bytes of memory that read(circuits) may take, in every database of the process; 0, as at the start: 64
+  /// times what the database takes in a file and 256 MiB. A pin name stands once in a file and once in each circuit
+  /// that is read, so that few bytes of a file could fill the memory.
+  static void limitCircuits(std::uint64_t bytes);
 
   /// Writes everything to <outputDirectory>/final_mesh.dat, in the format of save(). The directory must exist.
   void write(const std::string& outputDirectory);

@@ -7,7 +7,7 @@
 
 #include "facade/Lookup.h"
 #include "facade/RowFields.h"
-#include "util/Assert.h"
+#include "util/Error.h"
 #include "zydata/object/data.h"
 #include "zydata/schema/Schema.h"
 #include "zydata/tables/Frame.h"
@@ -31,16 +31,33 @@ void define_frame(ZyData::Schema& top) {
   top.add_frame(ZyData::find_class_schema(ZyData::element_type_name<P>()));
 }
 
-/// Appends one row per object, in order; `row_of` makes the row of an object. When anything throws, the table is as it
-/// was.
+/// An object that is written or filled. Throws Util::Error for null.
+template <class Object>
+Object& given(Object* object, const char* what) {
+  if (object == nullptr) throw Util::Error("a null pointer instead of a %s object", what);
+  return *object;
+}
+
+/// What `make` makes of an object of a list. Throws Util::Error with table, place in the list and reason when the
+/// object is null or `make` throws Util::Error.
+template <class P, class Object, class Make>
+auto of_object(const std::vector<Object*>& objects, std::size_t i, Make&& make) {
+  try {
+    return make(given(objects[i], "layout"));
+  } catch (const Util::Error& error) {
+    throw Util::Error("table \"%s\" can't take row %zu of the list: %s", P::kTable, i, error.what());
+  }
+}
+
+/// Appends one row per object, in order; `row_of` makes the row of an object. Throws as of_object() does. When anything
+/// throws, the table is as it was.
 template <class P, class Object, class RowOf>
 void write_rows(ZyData::DataObj& tree, const std::vector<Object*>& objects, RowOf&& row_of) {
   constexpr std::size_t kPrefetch = 16;  // objects may lie anywhere in memory
   RowWriter<P> rows(tree, objects.size());
   for (std::size_t i = 0; i < objects.size(); ++i) {
     if (i + kPrefetch < objects.size()) __builtin_prefetch(objects[i + kPrefetch]);
-    UTIL_ASSERT(objects[i] != nullptr);
-    rows.append(row_of(*objects[i]));
+    rows.append(of_object<P>(objects, i, row_of));
   }
   rows.done();
 }

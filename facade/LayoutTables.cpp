@@ -1,49 +1,13 @@
 #include "facade/LayoutTables.h"
 
-#include <concepts>
 #include <memory>
-#include <type_traits>
 #include <utility>
 
 #include "facade/Lookup.h"
-#include "facade/ModelAccess.h"
+#include "facade/Model.h"
 
 namespace Mesh2DPlat {
 namespace {
-
-// What a program's own ModelAccess.h has to offer, so that a gap is named and not met inside a template.
-template <class Row, class Object>
-concept Storable = requires(const Object& object) {
-  { ModelAccess::row_of(object) } -> std::same_as<Row>;
-};
-#define CORVANE_CHECK_ROW(Row, Object) \
-  static_assert(Storable<Row, Object>, "ModelAccess.h must offer: " #Row " row_of(const " #Object "&)")
-CORVANE_CHECK_ROW(EM2DLayerProxy, EM2DLayer);
-CORVANE_CHECK_ROW(EM2DNetProxy, EM2DNet);
-CORVANE_CHECK_ROW(EM2DSignalProxy, EM2DSignal);
-CORVANE_CHECK_ROW(EM2DVertexProxy, EM2DVertex);
-CORVANE_CHECK_ROW(EM2DTraceProxy, EM2DTrace);
-CORVANE_CHECK_ROW(EM2DViaProxy, EM2DVia);
-CORVANE_CHECK_ROW(EM2DPolyViaProxy, EM2DPolyVia);
-CORVANE_CHECK_ROW(EM2DShapeProxy, EM2DShape);
-CORVANE_CHECK_ROW(EM2DCircuitProxy, EM2DCircuit);
-#undef CORVANE_CHECK_ROW
-
-template <class Make, class Object, class... Arguments>
-concept Makes = std::is_invocable_r_v<std::unique_ptr<Object>, Make, Arguments...>;
-#define CORVANE_CHECK_MAKE(function, Object, ...)                            \
-  static_assert(Makes<decltype(ModelAccess::function), Object, __VA_ARGS__>, \
-                "ModelAccess.h must offer: std::unique_ptr<" #Object "> " #function "(" #__VA_ARGS__ ")")
-CORVANE_CHECK_MAKE(make_layer, EM2DLayer, const EM2DLayerProxy&);
-CORVANE_CHECK_MAKE(make_net, EM2DNet, const EM2DNetProxy&);
-CORVANE_CHECK_MAKE(make_signal, EM2DSignal, const EM2DSignalProxy&, EM2DLayer*);
-CORVANE_CHECK_MAKE(make_vertex, EM2DVertex, const EM2DVertexProxy&, EM2DLayer*, EM2DLayer*, EM2DLayer*);
-CORVANE_CHECK_MAKE(make_trace, EM2DTrace, const EM2DTraceProxy&, EM2DNet*, EM2DVertex*, EM2DVertex*);
-CORVANE_CHECK_MAKE(make_via, EM2DVia, const EM2DViaProxy&, EM2DNet*, EM2DVertex*, EM2DVertex*);
-CORVANE_CHECK_MAKE(make_poly_via, EM2DVia, const EM2DPolyViaProxy&, EM2DNet*, EM2DVertex*, EM2DVertex*);
-CORVANE_CHECK_MAKE(make_shape, EM2DShape, const EM2DShapeProxy&, EM2DLayer*, EM2DNet*);
-CORVANE_CHECK_MAKE(make_circuit, EM2DCircuit, std::string_view);
-#undef CORVANE_CHECK_MAKE
 
 /// Resolves what traces, vias and polygon vias refer to.
 class EndLookup {
@@ -153,7 +117,7 @@ void PolyViaTable::read(ZyData::DataObj& tree, std::vector<EM2DVia*>& vias, cons
                         const Table<int, EM2DVertex>& vertices) {
   const RowReader<EM2DPolyViaProxy> rows(tree);
   const EndLookup ends(nets, vertices, rows.size());
-  std::vector<std::unique_ptr<EM2DVia>> made;
+  std::vector<std::unique_ptr<EM2DPolyVia>> made;  // as what they are: nothing is deleted through a base class here
   made.reserve(rows.size());
   for (std::uint64_t i = 0; i < rows.size(); ++i) {
     made.push_back(at_row(EM2DPolyViaProxy::kTable, i, [&] { return ends(rows[i], ModelAccess::make_poly_via); }));

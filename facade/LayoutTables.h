@@ -1,6 +1,8 @@
 // The tables of the layout objects.
 #pragma once
 
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -71,9 +73,19 @@ class TraceTable final : public EntityTable {
             const Table<int, EM2DVertex>& vertices);
 };
 
+class PinIndex;
+
 /// Pins and circuits: a circuit's row refers to the rows of its pin names, which are distinct over all circuits.
 class PinTable final : public EntityTable {
  public:
+  PinTable();
+  ~PinTable() override;
+
+  /// Of all that is read from now on, in every database; 0: 64 times what the database takes in a file and 256 MiB.
+  static void limit_circuits(std::uint64_t bytes);
+  /// Gives back what is kept between two writes.
+  void forget_names();
+
   void define(ZyData::Schema& top) const override {
     define_frame<EM2DPin>(top);
     define_frame<EM2DCircuitProxy>(top);
@@ -81,7 +93,11 @@ class PinTable final : public EntityTable {
   /// Throws Util::Error unless both tables are there and all circuits name pins that exist.
   static void check(ZyData::DataObj& tree);
   void write(ZyData::DataObj& tree, const std::vector<EM2DCircuit*>& circuits);
+  /// Throws Util::Error, and reads none, when all circuits would take more memory than the limit.
   void read(ZyData::DataObj& tree, std::vector<EM2DCircuit*>& circuits, const Table<int, EM2DVertex>& vertices);
+
+ private:
+  std::unique_ptr<PinIndex> d_index;  // null until the first write
 };
 
 }  // namespace Mesh2DPlat

@@ -7,8 +7,7 @@
 #include "facade/EntityTable.h"
 #include "facade/Lookup.h"
 #include "facade/MeshRecord.h"
-#include "facade/ModelAccess.h"
-#include "util/Assert.h"
+#include "facade/Model.h"
 #include "util/Error.h"
 #include "zydata/message/serialize.h"
 
@@ -76,8 +75,7 @@ void hand_over(SImesh2D& mesh, const MeshTables& tables, Shapes& shapes, MeshRea
 
 bool DBZydata::write(SImesh2D* mesh, const std::vector<std::map<EM2DVia*, int>>& viaMeshIds,
                      const std::vector<EM2DShape*>& shapes) {
-  UTIL_ASSERT(mesh != nullptr);
-  const OwnedTree record = make_mesh_record(*mesh);
+  const OwnedTree record = make_mesh_record(given(mesh, "mesh"));
   write_via_numbers(*record, via_numbers(viaMeshIds));
   write_rows<EM2DShapeProxy>(*record, shapes, [](const EM2DShape& shape) { return ModelAccess::row_of(shape); });
   save_mesh_record(directory, record);
@@ -85,8 +83,7 @@ bool DBZydata::write(SImesh2D* mesh, const std::vector<std::map<EM2DVia*, int>>&
 }
 
 bool DBZydata::writeNegPolyMesh(SImesh2D* mesh) {
-  UTIL_ASSERT(mesh != nullptr);
-  const OwnedTree record = make_mesh_record(*mesh);
+  const OwnedTree record = make_mesh_record(given(mesh, "mesh"));
   write_via_numbers(*record, *mesh);
   write_negative_polygons(*record, *mesh);
   save_mesh_record(directory, record);
@@ -97,7 +94,7 @@ bool DBZydata::writeNegPolyMesh(SImesh2D* mesh) {
 bool DBZydata::read(SImesh2D* mesh, ViaTable& vias, const Table<int, EM2DLayer>& layers,
                     const Table<int, EM2DNet>& nets, const Table<std::string, EM2DVia>& viasByName,
                     std::vector<EM2DShape*>* shapes, std::vector<std::map<EM2DVia*, int>>* viaMeshIds) {
-  UTIL_ASSERT(mesh != nullptr);
+  SImesh2D& target = given(mesh, "mesh");
   const OwnedTree record = load_mesh_record(mesh_file(directory));
   if (!record) return false;
   const MeshTables tables(*record);
@@ -112,7 +109,7 @@ bool DBZydata::read(SImesh2D* mesh, ViaTable& vias, const Table<int, EM2DLayer>&
   ViaTable restored_vias;
   tables.restore(restored, restored_vias);
 
-  *mesh = std::move(restored);
+  target = std::move(restored);
   vias.swap(restored_vias);
   if (viaMeshIds != nullptr) viaMeshIds->swap(maps);
   for (auto& shape : made) shapes->push_back(shape.release());
@@ -120,7 +117,7 @@ bool DBZydata::read(SImesh2D* mesh, ViaTable& vias, const Table<int, EM2DLayer>&
 }
 
 bool DBZydata::readNegPolyMesh(SImesh2D* mesh, MeshReadInterface* reader) {
-  UTIL_ASSERT(mesh != nullptr);
+  SImesh2D& target = given(mesh, "mesh");
   const OwnedTree record = load_mesh_record(mesh_file(directory));
   if (!record) return false;
   const MeshTables tables(*record);
@@ -130,11 +127,11 @@ bool DBZydata::readNegPolyMesh(SImesh2D* mesh, MeshReadInterface* reader) {
   ViaTable vias;
   tables.restore(restored, vias);
 
-  std::swap(*mesh, restored);
+  std::swap(target, restored);
   try {
-    hand_over(*mesh, tables, shapes, reader);
+    hand_over(target, tables, shapes, reader);
   } catch (...) {
-    *mesh = std::move(restored);
+    target = std::move(restored);
     throw;
   }
   return true;

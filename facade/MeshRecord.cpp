@@ -1,8 +1,8 @@
 #include "facade/MeshRecord.h"
 
 #include <algorithm>
-#include <concepts>
 #include <cstddef>
+#include <iterator>
 #include <string_view>
 #include <type_traits>
 #include <unordered_map>
@@ -10,36 +10,11 @@
 
 #include "facade/EntityTable.h"
 #include "facade/Lookup.h"
-#include "facade/ModelAccess.h"
+#include "facade/Model.h"
+#include "util/Error.h"
 
 namespace Mesh2DPlat {
 namespace {
-
-// What a program's own ModelAccess.h has to offer for each kind of element.
-template <class P>
-concept Elementary = requires(SImesh2D& mesh, const SImesh2D& stored, const P& row) {
-  ModelAccess::list(mesh, ModelAccess::Elements<P>()).push_back(ModelAccess::element_of(row));
-  { ModelAccess::row_of(*ModelAccess::list(stored, ModelAccess::Elements<P>()).begin()) } -> std::same_as<P>;
-};
-#define CORVANE_CHECK_ELEMENTS(Row)                                                                 \
-  static_assert(Elementary<Row>, "ModelAccess.h must offer, for a mesh's elements in rows of " #Row \
-                                 ": list(mesh, Elements<" #Row ">), " #Row                          \
-                                 " row_of(const Element&) and Element "                             \
-                                 "element_of(const " #Row "&)")
-CORVANE_CHECK_ELEMENTS(MeshLayerProxy);
-CORVANE_CHECK_ELEMENTS(MeshMetalProxy);
-CORVANE_CHECK_ELEMENTS(MeshMediumProxy);
-CORVANE_CHECK_ELEMENTS(MAShapeProxy);
-CORVANE_CHECK_ELEMENTS(SpecialVoidProxy);
-CORVANE_CHECK_ELEMENTS(ViaMeshProxy);
-CORVANE_CHECK_ELEMENTS(EMMeshVertexProxy);
-CORVANE_CHECK_ELEMENTS(MeshNodeProxy);
-CORVANE_CHECK_ELEMENTS(MeshEdgeProxy);
-CORVANE_CHECK_ELEMENTS(MeshFaceProxy);
-CORVANE_CHECK_ELEMENTS(MeshPolygonProxy);
-#undef CORVANE_CHECK_ELEMENTS
-static_assert(std::is_default_constructible_v<SImesh2D> && std::is_move_assignable_v<SImesh2D>,
-              "a mesh is built beside the caller's and then moved into it");
 
 // The order in which the tables stand in a file.
 void define_plane_tables(ZyData::Schema& top) {
@@ -93,16 +68,19 @@ std::vector<ViaNumbers> via_numbers(const std::vector<std::map<EM2DVia*, int>>& 
   std::vector<ViaNumbers> result;
   for (std::size_t i = 0; i < maps.size(); ++i) {
     for (const auto& [via, number] : maps[i]) {
-      UTIL_ASSERT(via != nullptr);
+      if (via == nullptr) throw Util::Error("map %zu of the via numbers has a null pointer instead of a via", i);
       const auto [entry, is_new] = position.try_emplace(via, result.size());
       if (is_new) result.push_back({std::string(ModelAccess::name_of(*via)), std::vector<int>(maps.size(), -1)});
       result[entry->second].mesh_ids[i] = number;
     }
   }
-  std::sort(result.begin(), result.end(), [](const ViaNumbers& left, const ViaNumbers& right) {
-    return std::tie(left.via, left.mesh_ids) < std::tie(right.via, right.mesh_ids);
-  });
-  return result;
+  std::sort(result.begin(), result.end(),
+            [](const ViaNumbers& left, const ViaNumbers& right) { return left.via < right.via; });
+  const auto twin = std::adjacent_find(result.begin(), result.end(),
+                                       [](const auto& left, const auto& right) { return left.via == right.via; });
+  if (twin == result.end()) return result;
+  throw Util::Error("via \"%.200s\" and via \"%.200s\" of the via numbers are two objects: a read tells vias by name",
+                    twin->via.c_str(), std::next(twin)->via.c_str());
 }
 
 OwnedTree make_mesh_record(const SImesh2D& mesh) {

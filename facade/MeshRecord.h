@@ -24,8 +24,8 @@ struct ViaNumbers {
   std::vector<int> mesh_ids;  // -1: the via is not in that mesh
 };
 
-/// One entry per via that any map names, with its number in map 0, 1, ... They are sorted by name and numbers, because
-/// maps are in the order of addresses: equal data make equal files.
+/// One entry per via that any map names, with its number in map 0, 1, ... They are sorted by name, because maps are in
+/// the order of addresses: equal data make equal files. Throws Util::Error for a null via and for two of one name.
 std::vector<ViaNumbers> via_numbers(const std::vector<std::map<EM2DVia*, int>>& maps);
 
 /// A new record with all tables of a mesh but that of via numbers, which stays empty.

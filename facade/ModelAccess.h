@@ -1,32 +1,25 @@
 // Object <-> row: the one place that names members of the caller's object types.
 //
-// row_of() copies what is stored of an object into a row that views the object's texts and lists; a reference that must
-// be there is asserted. make_*() builds a new object from a row and the objects that it refers to. A program with
-// object types of its own replaces this header together with model/ModelTypes.h (build option CORVANE_MODEL_DIR); the
-// functions below are all that the library uses.
+// row_of() copies what is stored of an object into a row that views the object's texts and lists. make_*() builds a new
+// object from a row and the objects that it refers to. A program with object types of its own replaces this header
+// together with model/ModelTypes.h (build option CORVANE_MODEL_DIR); the functions here and in MeshAccess.h are all
+// that the library uses, and one that is missing is named when the library is compiled (Model.h). examples/own_model is
+// a program that does so.
 #pragma once
 
 #include <memory>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
-#include "facade/LayoutProxies.h"
-#include "facade/MeshProxies.h"
+#include "facade/MeshAccess.h"
+#include "facade/ModelBinding.h"
 #include "model/EM2D.h"
 #include "model/MeshReadInterface.h"
-#include "model/SImesh2D.h"
 #include "model/SImeshConfig.h"
-#include "util/Assert.h"
 
 namespace Mesh2DPlat::ModelAccess {
-
-/// Checks a reference that every object of its kind has.
-template <class Object>
-const Object& present(const Object* object) {
-  UTIL_ASSERT_TEXT(object != nullptr, "a layout object refers to nothing where a reference is required");
-  return *object;
-}
 
 // --- objects with an id or a name ---
 inline EM2DLayerProxy row_of(const EM2DLayer& layer) { return {layer.id(), layer.name(), layer.z()}; }
@@ -72,8 +65,9 @@ inline std::unique_ptr<EM2DVertex> make_vertex(const EM2DVertexProxy& row, EM2DL
 
 // --- objects between two vertices ---
 inline EM2DTraceProxy row_of(const EM2DTrace& trace) {
-  return {trace.name(), present(trace.net()).id(), present(trace.startVertex()).id(), present(trace.endVertex()).id(),
-          trace.option()};
+  return {trace.name(), present(trace.net(), "net", trace.name()).id(),
+          present(trace.startVertex(), "start vertex", trace.name()).id(),
+          present(trace.endVertex(), "end vertex", trace.name()).id(), trace.option()};
 }
 inline std::unique_ptr<EM2DTrace> make_trace(const EM2DTraceProxy& row, EM2DNet* net, EM2DVertex* start,
                                              EM2DVertex* end) {
@@ -81,8 +75,9 @@ inline std::unique_ptr<EM2DTrace> make_trace(const EM2DTraceProxy& row, EM2DNet*
 }
 
 inline EM2DViaProxy row_of(const EM2DVia& via) {
-  return {via.name(), present(via.net()).id(), present(via.startVertex()).id(), present(via.endVertex()).id(),
-          via.radius()};
+  return {via.name(), present(via.net(), "net", via.name()).id(),
+          present(via.startVertex(), "start vertex", via.name()).id(),
+          present(via.endVertex(), "end vertex", via.name()).id(), via.radius()};
 }
 inline std::unique_ptr<EM2DVia> make_via(const EM2DViaProxy& row, EM2DNet* net, EM2DVertex* start, EM2DVertex* end) {
   return std::make_unique<EM2DVia>(std::string(row.name), net, start, end, row.r);
@@ -90,14 +85,14 @@ inline std::unique_ptr<EM2DVia> make_via(const EM2DViaProxy& row, EM2DNet* net, 
 
 inline EM2DPolyViaProxy row_of(const EM2DPolyVia& via) {
   return {via.name(),
-          present(via.net()).id(),
-          present(via.startVertex()).id(),
-          present(via.endVertex()).id(),
+          present(via.net(), "net", via.name()).id(),
+          present(via.startVertex(), "start vertex", via.name()).id(),
+          present(via.endVertex(), "end vertex", via.name()).id(),
           static_cast<EM2DPolyViaProxy::ePolyType>(via.polyType()),
           via.coordinates()};
 }
-inline std::unique_ptr<EM2DVia> make_poly_via(const EM2DPolyViaProxy& row, EM2DNet* net, EM2DVertex* start,
-                                              EM2DVertex* end) {
+inline std::unique_ptr<EM2DPolyVia> make_poly_via(const EM2DPolyViaProxy& row, EM2DNet* net, EM2DVertex* start,
+                                                  EM2DVertex* end) {
   return std::make_unique<EM2DPolyVia>(std::string(row.name), net, start, end,
                                        static_cast<EM2DPolyVia::PolyType>(row.polytype), row.coord.to_vector());
 }
@@ -105,8 +100,8 @@ inline std::unique_ptr<EM2DVia> make_poly_via(const EM2DPolyViaProxy& row, EM2DN
 // --- areas and parts ---
 inline EM2DShapeProxy row_of(const EM2DShape& shape) {
   return {shape.name(),
-          present(shape.layer()).id(),
-          present(shape.net()).id(),
+          present(shape.layer(), "layer", shape.name()).id(),
+          present(shape.net(), "net", shape.name()).id(),
           static_cast<EM2DShapeProxy::eType>(shape.type()),
           shape.option(),
           shape.coordinates()};
@@ -125,125 +120,17 @@ inline std::size_t pin_count(const EM2DCircuit& circuit) { return circuit.pins()
 /// Calls visit(name, vertex id) for every pin entry in order.
 template <class Visitor>
 void visit_pins(const EM2DCircuit& circuit, Visitor&& visit) {
-  for (const auto& [name, vertex] : circuit.pins()) visit(std::string_view(name), present(vertex).id());
+  for (const auto& [name, vertex] : circuit.pins()) {
+    visit(std::string_view(name), present(vertex, "vertex at one of its pins", circuit.name()).id());
+  }
 }
 inline void add_pin(EM2DCircuit& circuit, std::string_view name, EM2DVertex* vertex) {
   circuit.addPin(std::string(name), vertex);
 }
 inline void set_option(EM2DCircuit& circuit, int option) { circuit.setOption(option); }
 
-// --- meshes ---
+/// By which the numbers of vias are stored.
 inline std::string_view name_of(const EM2DVia& via) { return via.name(); }
-
-/// Names the elements of a mesh that are stored in rows P.
-template <class P>
-struct Elements {};
-
-/// The elements of one kind, in order. row_of() takes each; element_of() makes one of a row.
-inline auto& list(auto& mesh, Elements<MeshLayerProxy>) { return mesh.layers; }
-inline auto& list(auto& mesh, Elements<MeshMetalProxy>) { return mesh.metals; }
-inline auto& list(auto& mesh, Elements<MeshMediumProxy>) { return mesh.mediums; }
-inline auto& list(auto& mesh, Elements<MAShapeProxy>) { return mesh.maShapes; }
-inline auto& list(auto& mesh, Elements<SpecialVoidProxy>) { return mesh.specialVoids; }
-inline auto& list(auto& mesh, Elements<ViaMeshProxy>) { return mesh.viaMeshes; }
-inline auto& list(auto& mesh, Elements<EMMeshVertexProxy>) { return mesh.emVertices; }
-inline auto& list(auto& mesh, Elements<MeshNodeProxy>) { return mesh.nodes; }
-inline auto& list(auto& mesh, Elements<MeshEdgeProxy>) { return mesh.edges; }
-inline auto& list(auto& mesh, Elements<MeshFaceProxy>) { return mesh.faces; }
-inline auto& list(auto& mesh, Elements<MeshPolygonProxy>) { return mesh.polygons; }
-inline auto& negative_polygons(auto& mesh) { return mesh.negPolygons; }
-inline const auto& vias(const SImesh2D& mesh) { return mesh.vias(); }
-
-inline MeshLayerProxy row_of(const SImesh2D::Layer& layer) { return {layer.id, layer.layer}; }
-inline SImesh2D::Layer element_of(const MeshLayerProxy& row) { return {row.id, std::string(row.layer)}; }
-
-inline MeshMetalProxy row_of(const SImesh2D::Metal& metal) {
-  return {metal.id, metal.layer, metal.name, metal.polygons};
-}
-inline SImesh2D::Metal element_of(const MeshMetalProxy& row) {
-  return {row.id, row.layer, std::string(row.name), row.polygon.to_vector()};
-}
-
-inline MeshMediumProxy row_of(const SImesh2D::Medium& medium) {
-  return {medium.id, medium.layer, medium.upMetal, medium.lowMetal, medium.meshNodes};
-}
-inline SImesh2D::Medium element_of(const MeshMediumProxy& row) {
-  return {row.id, row.layer, row.upmetal, row.lowmetal, row.meshnode.to_vector()};
-}
-
-inline MAShapeProxy row_of(const SImesh2D::MAShape& shape) {
-  return {shape.id, shape.type, shape.metal, shape.width, shape.length, shape.upNodes, shape.lowNodes};
-}
-inline SImesh2D::MAShape element_of(const MAShapeProxy& row) {
-  return {row.id, row.type, row.metal, row.width, row.length, row.upnode.to_vector(), row.lownode.to_vector()};
-}
-
-inline SpecialVoidProxy row_of(const SImesh2D::SpecialVoid& area) {
-  return {area.id, area.layerId, area.layer, area.net, area.vertices};
-}
-inline SImesh2D::SpecialVoid element_of(const SpecialVoidProxy& row) {
-  return {row.id, row.layerid, row.layer, std::string(row.net), row.vertex.to_vector()};
-}
-
-inline ViaMeshProxy row_of(const SImesh2D::ViaMesh& numbers) { return {numbers.via, numbers.meshIds}; }
-inline SImesh2D::ViaMesh element_of(const ViaMeshProxy& row) { return {std::string(row.via), row.meshid.to_vector()}; }
-
-inline MeshViaProxy row_of(const SImeshVia& via) {
-  return {via.id(), via.name(), via.planeId(), via.x(), via.y(), via.layer(), via.ratio(), via.radius()};
-}
-/// Appends a via, which belongs to the mesh.
-inline SImeshVia* add_via(SImesh2D& mesh, const MeshViaProxy& row) {
-  return mesh.adoptVia(std::make_unique<SImeshVia>(row.id, std::string(row.name), row.planeid, row.x, row.y, row.layer,
-                                                   row.ratio, row.radius));
-}
-
-inline EMMeshVertexProxy row_of(const SImesh2D::EMVertex& vertex) {
-  return {vertex.id,        vertex.name,  vertex.x,       vertex.y,       vertex.nodeLayer,
-          vertex.connLayer, vertex.plane, vertex.upPlane, vertex.lowPlane};
-}
-inline SImesh2D::EMVertex element_of(const EMMeshVertexProxy& row) {
-  return {row.id,
-          std::string(row.name),
-          row.x,
-          row.y,
-          row.nodelayer,
-          row.connlayer,
-          std::string(row.plane),
-          std::string(row.upplane),
-          std::string(row.lowplane)};
-}
-
-inline MeshNodeProxy row_of(const SImesh2D::Node& node) {
-  return {node.id, node.x, node.y, node.layer, node.metalFaces, node.mediumFaces};
-}
-inline SImesh2D::Node element_of(const MeshNodeProxy& row) {
-  return {row.id, row.x, row.y, row.layer, row.metalface.to_vector(), row.mediumface.to_vector()};
-}
-
-inline MeshEdgeProxy row_of(const SImesh2D::Edge& edge) {
-  return {edge.id,      edge.meshLayer, edge.layer,     edge.startNode,
-          edge.endNode, edge.leftFace,  edge.rightFace, edge.coEdges};
-}
-inline SImesh2D::Edge element_of(const MeshEdgeProxy& row) {
-  return {row.id,      row.meshlayer, row.layer,     row.startnode,
-          row.endnode, row.leftface,  row.rightface, row.coedge.to_vector()};
-}
-
-inline MeshFaceProxy row_of(const SImesh2D::Face& face) {
-  return {face.id, face.meshLayer, face.layer, face.mediumPolygon, face.nodes, face.edges};
-}
-inline SImesh2D::Face element_of(const MeshFaceProxy& row) {
-  return {row.id, row.meshlayer, row.layer, row.mediumpoly, row.node.to_vector(), row.edge.to_vector()};
-}
-
-inline MeshPolygonProxy row_of(const SImesh2D::Polygon& polygon) {
-  return {polygon.id,    polygon.orientation, polygon.leftPolygon, polygon.rightPolygon, polygon.meshLayer,
-          polygon.layer, polygon.net,         polygon.nodes,       polygon.edges};
-}
-inline SImesh2D::Polygon element_of(const MeshPolygonProxy& row) {
-  return {row.id,    row.orientation,      row.leftpoly,         row.rightpoly,       row.meshlayer,
-          row.layer, std::string(row.net), row.node.to_vector(), row.edge.to_vector()};
-}
 
 // --- what a program says and hears while a mesh is read ---
 inline EM2DLayer* layer_of(MeshReadInterface& reader, int id) { return reader.layer(id); }
@@ -257,31 +144,29 @@ inline void neg_polygon_read(MeshReadInterface& reader, SImesh2D& mesh, std::siz
 }
 
 // --- settings ---
-/// Calls visit(name, getter, setter) for every setting, in the order of the record's fields.
-template <class Visitor>
-void visit_settings(Visitor&& visit) {
+/// One setting<"name">(getter, setter) for each, in any order.
+constexpr auto settings(Settings) {
   using C = SImeshConfig;
-  visit("thetamin", &C::thetamin, &C::setThetamin);
-  visit("simplifyAngle", &C::simplifyAngle, &C::setSimplifyAngle);
-  visit("maxEdgeLen", &C::maxEdgeLen, &C::setMaxEdgeLen);
-  visit("minEdgeLen", &C::minEdgeLen, &C::setMinEdgeLen);
-  visit("smallHoleThreshold", &C::smallHoleThreshold, &C::setSmallHoleThreshold);
-  visit("alignAbsorb", &C::alignAbsorb, &C::setAlignAbsorb);
-  visit("calcPrecision", &C::calcPrecision, &C::setCalcPrecision);
-  visit("compPrecision", &C::compPrecision, &C::setCompPrecision);
-  visit("calcPrecision2", &C::calcPrecision2, &C::setCalcPrecision2);
-  visit("geomPrecision", &C::geomPrecision, &C::setGeomPrecision);
-  visit("mesheps", &C::mesheps, &C::setMesheps);
-  visit("calcPrecisionFor1AndT", &C::calcPrecisionFor1AndT, &C::setCalcPrecisionFor1AndT);
-  visit("refdistance", &C::refdistance, &C::setRefdistance);
-  visit("customCpuNum", &C::customCpuNum, &C::setCustomCpuNum);
-  visit("mode", &C::mode, &C::setMode);
-  visit("ppid", &C::ppid, &C::setPpid);
-  visit("option", &C::option, &C::setOption);
-  visit("resourceFile", &C::resourceFile, &C::setResourceFile);
-  visit("runTimeErrorFile", &C::runTimeErrorFile, &C::setRunTimeErrorFile);
-  visit("winContentFile", &C::winContentFile, &C::setWinContentFile);
-  visit("casefile", &C::casefile, &C::setCasefile);
+  return std::make_tuple(setting<"thetamin">(&C::thetamin, &C::setThetamin),
+                         setting<"simplifyAngle">(&C::simplifyAngle, &C::setSimplifyAngle),
+                         setting<"maxEdgeLen">(&C::maxEdgeLen, &C::setMaxEdgeLen),
+                         setting<"minEdgeLen">(&C::minEdgeLen, &C::setMinEdgeLen),
+                         setting<"smallHoleThreshold">(&C::smallHoleThreshold, &C::setSmallHoleThreshold),
+                         setting<"alignAbsorb">(&C::alignAbsorb, &C::setAlignAbsorb),
+                         setting<"calcPrecision">(&C::calcPrecision, &C::setCalcPrecision),
+                         setting<"compPrecision">(&C::compPrecision, &C::setCompPrecision),
+                         setting<"calcPrecision2">(&C::calcPrecision2, &C::setCalcPrecision2),
+                         setting<"geomPrecision">(&C::geomPrecision, &C::setGeomPrecision),
+                         setting<"mesheps">(&C::mesheps, &C::setMesheps),
+                         setting<"calcPrecisionFor1AndT">(&C::calcPrecisionFor1AndT, &C::setCalcPrecisionFor1AndT),
+                         setting<"refdistance">(&C::refdistance, &C::setRefdistance),
+                         setting<"customCpuNum">(&C::customCpuNum, &C::setCustomCpuNum),
+                         setting<"mode">(&C::mode, &C::setMode), setting<"ppid">(&C::ppid, &C::setPpid),
+                         setting<"option">(&C::option, &C::setOption),
+                         setting<"resourceFile">(&C::resourceFile, &C::setResourceFile),
+                         setting<"runTimeErrorFile">(&C::runTimeErrorFile, &C::setRunTimeErrorFile),
+                         setting<"winContentFile">(&C::winContentFile, &C::setWinContentFile),
+                         setting<"casefile">(&C::casefile, &C::setCasefile));
 }
 
 }  // namespace Mesh2DPlat::ModelAccess

@@ -1,6 +1,9 @@
 // Pins and circuits. Pin names are numbered in order of first appearance, over all circuits and all writes.
+#include <atomic>
+#include <functional>
 #include <limits>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -8,7 +11,7 @@
 
 #include "facade/LayoutTables.h"
 #include "facade/Lookup.h"
-#include "facade/ModelAccess.h"
+#include "facade/Model.h"
 #include "util/Error.h"
 
 namespace Mesh2DPlat {
@@ -23,36 +26,77 @@ struct PinEntries {
 
 std::size_t count_entries(const std::vector<EM2DCircuit*>& circuits) {
   std::size_t entries = 0;
-  for (const EM2DCircuit* circuit : circuits) {
-    UTIL_ASSERT(circuit != nullptr);
-    entries += ModelAccess::pin_count(*circuit);
+  for (std::size_t i = 0; i < circuits.size(); ++i) {
+    entries +=
+        of_object<EM2DCircuitProxy>(circuits, i, [](const auto& circuit) { return ModelAccess::pin_count(circuit); });
   }
   return entries;
 }
 
-PinEntries resolve_pins(ZyData::DataObj& tree, const std::vector<EM2DCircuit*>& circuits) {
+struct TextHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+};
+
+}  // namespace
+
+/// The rows of pin names, kept from write to write.
+class PinIndex {
+ public:
+  /// Takes in the rows that have come since.
+  void follow(const RowReader<EM2DPin>& known) {
+    if (known.size() < d_rows) clear();
+    for (; d_rows < known.size(); ++d_rows)
+      d_row_of.try_emplace(std::string(known[d_rows].name), static_cast<int>(d_rows));
+  }
+  void clear() noexcept {
+    d_row_of.clear();
+    d_rows = 0;
+  }
+
+  /// Resolves all pin entries; new names get the rows behind the known ones. False when a known row has got another
+  /// name from elsewhere: the index is then of no use.
+  bool resolve(const RowReader<EM2DPin>& known, const std::vector<EM2DCircuit*>& circuits, PinEntries& result) {
+    bool is_up_to_date = true;
+    const auto add = [&](std::string_view name, int vertex) {
+      auto found = d_row_of.find(name);
+      if (found == d_row_of.end()) {
+        found = d_row_of.try_emplace(std::string(name), static_cast<int>(d_rows++)).first;
+        result.new_pins.push_back({name});
+      }
+      const int row = found->second;
+      if (static_cast<std::uint64_t>(row) < known.size() && known[static_cast<std::uint64_t>(row)].name != name)
+        is_up_to_date = false;
+      result.rows.push_back(row);
+      result.vertices.push_back(vertex);
+    };
+    for (std::size_t i = 0; i < circuits.size(); ++i) {
+      of_object<EM2DCircuitProxy>(circuits, i, [&](const auto& circuit) { ModelAccess::visit_pins(circuit, add); });
+    }
+    return is_up_to_date;
+  }
+
+ private:
+  std::unordered_map<std::string, int, TextHash, std::equal_to<>> d_row_of;  // the first row of each name
+  std::uint64_t d_rows = 0;                                                  // that are in the index
+};
+
+namespace {
+
+PinEntries resolve_pins(ZyData::DataObj& tree, PinIndex& index, const std::vector<EM2DCircuit*>& circuits) {
   const RowReader<EM2DPin> known(tree);
   const std::size_t entries = count_entries(circuits);
   if (known.size() + entries > static_cast<std::uint64_t>(std::numeric_limits<int>::max())) {
     throw Util::Error("table \"%s\" can't hold more than %d rows", EM2DPin::kTable, std::numeric_limits<int>::max());
   }
-  // The keys view the pin column and the circuits; both stay as they are while the table of names is in use.
-  std::unordered_map<std::string_view, int> row_of_name;
-  row_of_name.reserve(known.size());
-  for (std::uint64_t i = 0; i < known.size(); ++i) row_of_name.try_emplace(known[i].name, static_cast<int>(i));
-  PinEntries result;
-  result.rows.reserve(entries);
-  result.vertices.reserve(entries);
-  for (const EM2DCircuit* circuit : circuits) {
-    ModelAccess::visit_pins(*circuit, [&](std::string_view name, int vertex) {
-      const auto next = static_cast<int>(known.size() + result.new_pins.size());
-      const auto [entry, is_new] = row_of_name.try_emplace(name, next);
-      if (is_new) result.new_pins.push_back({name});
-      result.rows.push_back(entry->second);
-      result.vertices.push_back(vertex);
-    });
+  for (;;) {
+    PinEntries result;
+    result.rows.reserve(entries);
+    result.vertices.reserve(entries);
+    index.follow(known);
+    if (index.resolve(known, circuits, result)) return result;
+    index.clear();
   }
-  return result;
 }
 
 void check_circuit(const EM2DCircuitProxy& row, std::uint64_t pins) {
@@ -67,25 +111,69 @@ void check_circuit(const EM2DCircuitProxy& row, std::uint64_t pins) {
   }
 }
 
-/// Cuts a table back to its rows before a write unless the write has come to its end.
-class RowGuard {
+/// Makes pin table and index what they were before a write, or forgets the index, unless the write has come to its end.
+class PinGuard {
  public:
-  explicit RowGuard(ZyData::FrameBase& frame) : d_frame(frame), d_rows(frame.size()) {}
-  ~RowGuard() {
-    if (!d_done) d_frame.truncate_rows(d_rows);
+  PinGuard(ZyData::FrameBase& pins, PinIndex& index) : d_pins(pins), d_index(index), d_rows(pins.size()) {}
+  ~PinGuard() {
+    if (d_done) return;
+    d_pins.truncate_rows(d_rows);
+    d_index.clear();
   }
-  RowGuard(const RowGuard&) = delete;
-  RowGuard& operator=(const RowGuard&) = delete;
+  PinGuard(const PinGuard&) = delete;
+  PinGuard& operator=(const PinGuard&) = delete;
 
   void done() { d_done = true; }
 
  private:
-  ZyData::FrameBase& d_frame;
+  ZyData::FrameBase& d_pins;
+  PinIndex& d_index;
   std::uint64_t d_rows;
   bool d_done = false;
 };
 
+/// What saving all this would take, but for names and sizes.
+std::uint64_t stored_bytes(ZyData::DataObj& tree) {
+  ZyData::FrameList frames;
+  tree.vectorize(frames, tree.shared_from_this());
+  std::uint64_t bytes = 0;
+  for (const auto& frame : frames) bytes += frame->size_bytes();
+  return bytes;
+}
+
+/// What the circuits take when each pin entry has a text of its own.
+std::uint64_t circuit_bytes(const RowReader<EM2DPin>& pins, const RowReader<EM2DCircuitProxy>& circuits) {
+  constexpr std::uint64_t kEntry = 64;
+  std::uint64_t bytes = 0;
+  for (std::uint64_t i = 0; i < circuits.size(); ++i) {
+    for (const int pin : circuits[i].pin) {
+      const auto row = static_cast<std::uint64_t>(pin);
+      bytes += kEntry + (pin >= 0 && row < pins.size() ? pins[row].name.size() : 0);
+    }
+  }
+  return bytes;
+}
+
+std::atomic<std::uint64_t> g_circuit_limit = 0;  // bytes; 0: the default
+
+/// Few bytes can name one long pin many times.
+void check_circuit_bytes(ZyData::DataObj& tree, std::uint64_t needed) {
+  constexpr std::uint64_t kAlways = std::uint64_t{256} << 20;
+  std::uint64_t limit = g_circuit_limit;
+  if (limit == 0 && needed <= kAlways) return;
+  if (limit == 0) limit = 64 * stored_bytes(tree) + kAlways;
+  if (needed <= limit) return;
+  throw Util::Error("reading the circuits would take %lu bytes, more than the limit of %lu", needed, limit);
+}
+
 }  // namespace
+
+PinTable::PinTable() = default;
+PinTable::~PinTable() = default;
+
+void PinTable::limit_circuits(std::uint64_t bytes) { g_circuit_limit = bytes; }
+
+void PinTable::forget_names() { d_index.reset(); }
 
 void PinTable::check(ZyData::DataObj& tree) {
   const RowReader<EM2DPin> pins(tree);
@@ -95,8 +183,9 @@ void PinTable::check(ZyData::DataObj& tree) {
 
 void PinTable::write(ZyData::DataObj& tree, const std::vector<EM2DCircuit*>& circuits) {
   const auto pins = tree.get<ZyData::Frame<EM2DPin>>(EM2DPin::kTable);
-  const PinEntries entries = resolve_pins(tree, circuits);
-  RowGuard guard(*pins);
+  if (d_index == nullptr) d_index = std::make_unique<PinIndex>();
+  PinGuard guard(*pins, *d_index);
+  const PinEntries entries = resolve_pins(tree, *d_index, circuits);
   pins->append_rows(entries.new_pins);
   std::size_t first = 0;
   write_rows<EM2DCircuitProxy>(tree, circuits, [&](const EM2DCircuit& circuit) {
@@ -113,6 +202,7 @@ void PinTable::write(ZyData::DataObj& tree, const std::vector<EM2DCircuit*>& cir
 void PinTable::read(ZyData::DataObj& tree, std::vector<EM2DCircuit*>& circuits,
                     const Table<int, EM2DVertex>& vertices) {
   const RowReader<EM2DPin> pins(tree);
+  check_circuit_bytes(tree, circuit_bytes(pins, RowReader<EM2DCircuitProxy>(tree)));
   read_rows<EM2DCircuitProxy>(tree, circuits, [&](const EM2DCircuitProxy& row) {
     check_circuit(row, pins.size());
     std::unique_ptr<EM2DCircuit> circuit = ModelAccess::make_circuit(row.name);

@@ -13,11 +13,9 @@
 #include "facade/DBRoot.h"
 #include "model/MeshReadInterface.h"
 #include "model/SImesh2D.h"
-#include "mpsys/FileConnection.h"
 #include "tests/facade/Layout.h"
 #include "tests/facade/SampleMesh.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/message/serialize.h"
 
 namespace Mesh2DPlat {
 namespace {
@@ -72,37 +70,9 @@ TEST_F(Mesh, ComesBackElementByElement) {
   }
 }
 
-TEST_F(Mesh, FileHasItsTablesInOrder) {
-  SImesh2D mesh;
-  std::string names =
-      "meshlayer meshmetal meshmedium mashape specialvoid viamesh meshvia emmeshvertex em2dshape "
-      "meshnode meshedge meshface meshpolygon ";
-  const auto expect_tables = [&] {
-    MPSys::FileConnection connection(file().c_str(), MPSys::FileMode::reading);
-    std::shared_ptr<ZyData::DataObj> record;
-    ASSERT_TRUE(ZyData::receiveDataObject(connection, record));
-    EXPECT_EQ(record->schema()->name(), "mesh2d");
-    std::string found;
-    for (const auto& field : record->schema()->fields()) found += field->name() + ' ';
-    EXPECT_EQ(found, names);
-    record->clear_hierarchy();
-  };
-  std::filesystem::remove(d_dir.path());
-  EXPECT_TRUE(d_db.write(&mesh, {}));  // creates the directory
-  expect_tables();
-  EXPECT_TRUE(d_db.writeNegPolyMesh(&mesh));
-  expect_tables();
-  mesh.addNegPolygon({});
-  EXPECT_TRUE(d_db.write(&mesh, {}));
-  expect_tables();
-  EXPECT_TRUE(d_db.writeNegPolyMesh(&mesh));
-  names += "negpolymesh ";
-  expect_tables();
-}
-
 TEST_F(Mesh, FilesAreTheSameWhereverTheViasLie) {
   std::vector<EM2DVia> vias;
-  for (const char* name : {"b", "a", "b", "c"}) vias.emplace_back(name, nullptr, nullptr, nullptr, 1.0);
+  for (const char* name : {"b", "a", "", "c"}) vias.emplace_back(name, nullptr, nullptr, nullptr, 1.0);
   const auto written = [&](std::vector<std::size_t> order) {
     ViaMaps maps(2);
     for (std::size_t i = 0; i < order.size(); ++i) maps[i % 2][&vias[order[i]]] = static_cast<int>(i);
@@ -114,6 +84,26 @@ TEST_F(Mesh, FilesAreTheSameWhereverTheViasLie) {
   std::swap(vias[0], vias[2]);  // the same names and numbers at other addresses
   std::swap(vias[1], vias[3]);
   EXPECT_TRUE(written({2, 3, 0, 1}) == once);
+}
+
+TEST_F(Mesh, WithoutOneMeaningIsRefusedBeforeItsFileIsTouched) {
+  SImesh2D mesh = make_mesh();
+  d_db.write(&mesh, d_maps);
+  const std::string before = read_file(file());
+  EM2DVia twin("via", nullptr, nullptr, nullptr, 1.0);
+  d_maps[2][&twin] = 3;
+  EXPECT_ERROR(d_db.write(&mesh, d_maps),
+               "via \"via\" and via \"via\" of the via numbers are two objects: a read tells vias by name");
+  EXPECT_ERROR(d_db.write(&mesh, {{}, {{nullptr, 1}}}), "map 1 of the via numbers has a null pointer instead of a via");
+  EXPECT_ERROR(d_db.write(&mesh, {}, {d_layout.shapes[0], nullptr}),
+               "table \"em2dshape\" can't take row 1 of the list: a null pointer instead of a layout object");
+  SImesh2D* none = nullptr;
+  ViaTable vias;
+  const std::vector<std::function<void()>> with_none{
+      [&] { d_db.write(none, {}); }, [&] { d_db.writeNegPolyMesh(none); }, [&] { d_db.read(none, vias); },
+      [&] { d_db.readNegPolyMesh(none, nullptr); }};
+  for (const auto& operation : with_none) EXPECT_ERROR(operation(), "a null pointer instead of a mesh object");
+  EXPECT_TRUE(read_file(file()) == before);
 }
 
 /// Writes down what it is told.
@@ -144,7 +134,8 @@ class Listener : public MeshReadInterface {
 TEST_F(Mesh, NegativePolygonsComeBackOneByOne) {
   SImesh2D mesh = make_mesh();
   TestSupport::add_holes(mesh);
-  EXPECT_TRUE(d_db.writeNegPolyMesh(&mesh));
+  std::filesystem::remove(d_dir.path());
+  EXPECT_TRUE(d_db.writeNegPolyMesh(&mesh));  // creates the directory
   SImesh2D read_back;
   EXPECT_TRUE(d_db.readNegPolyMesh(&read_back, nullptr));
   EXPECT_TRUE(read_back == mesh);
@@ -160,6 +151,9 @@ TEST_F(Mesh, NegativePolygonsComeBackOneByOne) {
   EXPECT_TRUE(d_db.read(&read_back, vias));  // a plain read leaves them out
   EXPECT_TRUE(read_back.negPolygons.empty());
   EXPECT_EQ(read_back.viaMeshes, mesh.viaMeshes);
+  EXPECT_TRUE(d_db.write(&mesh, {}));  // and so does a plain write
+  EXPECT_TRUE(d_db.readNegPolyMesh(&read_back, nullptr));
+  EXPECT_TRUE(read_back.negPolygons.empty());
 }
 
 TEST_F(Mesh, ShapesGoToTheReader) {

@@ -139,18 +139,4 @@ TEST_F(ErrorPlaceInFolder, CountsTheFramesOfEveryKind) {
   }
 }
 
-TEST(ErrorPlace, BelongsToEachCopyAndIsEmptyForOtherErrors) {
-  Util::Error error("text");
-  EXPECT_EQ(error.file() + error.table() + error.column(), "");
-  EXPECT_FALSE(error.offset().has_value());
-  error.enter_field("column", false, 2);
-  Util::Error copy = error;
-  copy.enter_field("table", true, 3);
-  copy.set_offset(7);
-  EXPECT_EQ(copy.table() + "." + copy.column(), "table.column");
-  EXPECT_EQ(copy.frame(), 5u);
-  EXPECT_EQ(error.table() + "." + error.column(), ".column");
-  EXPECT_FALSE(error.offset().has_value());
-}
-
 }  // namespace

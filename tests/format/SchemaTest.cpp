@@ -3,6 +3,8 @@
 
 #include <functional>
 #include <memory>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,12 +12,12 @@
 #include "mpsys/FileConnection.h"
 #include "tests/format/Load.h"
 #include "tests/support/Allocations.h"
+#include "tests/support/TestObjects.h"
 #include "tests/support/TestSupport.h"
 #include "util/Bytes.h"
 #include "zydata/arrays/Array.h"
 #include "zydata/message/FileProbe.h"
 #include "zydata/message/serialize.h"
-#include "zydata/object/Value.h"
 #include "zydata/schema/DataFactory.h"
 #include "zydata/schema/SchemaTable.h"
 #include "zydata/schema/TypeRegistry.h"
@@ -54,21 +56,6 @@ Tree<DataObj> receive() {
   return object;
 }
 
-std::vector<std::uint64_t> frame_sizes() {
-  std::vector<std::uint64_t> sizes(Util::load<std::uint32_t>(file("tree").data()));
-  for (std::size_t i = 0; i < sizes.size(); ++i) sizes[i] = Util::load<std::uint64_t>(file("tree").data() + 12 + 8 * i);
-  return sizes;
-}
-
-TEST(Message, OfAnEmptySchemaHasThreeFramesAndItsOwnStorage) {
-  send(make_record("r"));
-  EXPECT_EQ(frame_sizes(), (std::vector<std::uint64_t>{40, 4, 2 + 1 + 21}));
-  EXPECT_EQ(receive()->schema()->name(), "r");
-  const auto schema = make_frame_schema("r");
-  send(schema->factory()->create_from(schema));
-  EXPECT_EQ(frame_sizes(), (std::vector<std::uint64_t>{40, 4, 24, 8}));
-}
-
 TEST(Message, KeepsEverythingOfASchemaThatHasNoMeaningHere) {
   const Tree record(make_record("r"));
   const auto field = make_schema<int>("f", 0x1 | 0x2000 | 0x200000);  // "initial_sized", "global_id"
@@ -89,17 +76,102 @@ TEST(Message, KeepsEverythingOfASchemaThatHasNoMeaningHere) {
   EXPECT_TRUE(file("tree") == saved);
 }
 
+TEST(Message, OfAnEmptySchemaHasThreeFramesAndItsOwnStorage) {
+  const std::string text = std::string("r\0\0", 3) + element_type_name<UntypedClass>() + '\0';
+  const auto frames = TestObjects::stored(make_record("r"));
+  ASSERT_EQ(frames.size(), 3u);
+  EXPECT_EQ(frames[0].size(), 40u);
+  EXPECT_EQ(frames[2], text);
+}
+
 TEST(Message, NormalisesTruthValues) {
   const Tree record(make_record("r"));
-  record->add_field("b", make_schema<bool>("b", 0));
-  record->add_field("list", make_schema<bool>("list", kKindArray));
-  record->get<Array<bool>>("list")->push_back(true);
+  for (const std::uint32_t kind : {0u, kKindArray})
+    record->add_field(std::to_string(kind), make_schema<bool>(std::to_string(kind), kind));
+  record->get<Array<bool>>("1")->push_back(true);
+  auto frames = TestObjects::stored(record);
+  frames[3] = "\x02", frames[4] = "\xff";
+  const auto normalised = TestObjects::stored(TestObjects::loaded(frames));
+  EXPECT_EQ(normalised[3] + normalised[4], "\x01\x01");
+}
+
+TEST(Message, WithFramesOfOtherSizesOrOfAnotherNumberIsRefused) {
+  const Tree record(make_record("r"));
+  record->add_field("value", make_schema<int>("value", 0));
+  record->add_field("array", make_schema<int>("array", kKindArray));
+  const auto good = TestObjects::stored(record);
+  const auto answer = [](const std::vector<std::string>& frames) {
+    Util::ByteWriter writer;
+    for (const std::size_t word : {frames.size(), std::size_t{0}, std::size_t{1}})
+      writer.put(static_cast<std::uint32_t>(word));
+    for (const auto& frame : frames) writer.put(std::uint64_t{frame.size()});
+    for (const auto& frame : frames) writer.put_bytes(frame);
+    file("tree") = writer.take();
+    return TestSupport::error_text([] { receive(); });
+  };
+  for (const auto& [frame, size] : {std::pair(0, 0), {0, 3}, {0, 5}, {1, 5}}) {
+    auto frames = good;
+    frames[3 + static_cast<std::size_t>(frame)].resize(static_cast<std::size_t>(size));
+    EXPECT_EQ(answer(frames), "message receive failed: can't resize frame " + std::to_string(frame) +
+                                  " \"int\" to requested byte size (" + std::to_string(size) + ")");
+  }
+  for (const std::size_t count : {0U, 1U, 3U}) {
+    auto frames = good;
+    frames.resize(3 + count);
+    EXPECT_EQ(answer(frames),
+              "message receive failed: the data object has 2 storage frames, the message has " + std::to_string(count));
+  }
+}
+
+/// A program's own object, which answers as it is told when a message's bytes are to come into it.
+class Guarded final : public DataObj {
+ public:
+  enum Answer { kDefault, kNo, kShorter, kOutOfMemory, kTooLong };
+  static inline Answer answer = kDefault;
+
+  explicit Guarded(std::shared_ptr<Schema> schema) : DataObj(std::move(schema)) {}
+  bool fits(std::uint64_t n) override {
+    if (answer == kOutOfMemory) throw std::bad_alloc();
+    if (answer == kTooLong) throw std::length_error("");
+    if (answer == kShorter) bytes.resize(n - 1);
+    return answer == kDefault ? DataObj::fits(n) : answer == kShorter;
+  }
+  void* data() override { return bytes.data(); }
+  std::uint64_t size_bytes() const override { return bytes.size(); }
+
+  std::string bytes = "as it is.";
+};
+
+class GuardedFactory final : public DataFactory {
+ public:
+  GuardedFactory() : DataFactory(0) {}
+  std::shared_ptr<DataObj> create(std::shared_ptr<Schema> schema) const override {
+    return std::make_shared<Guarded>(std::move(schema));
+  }
+  void write_parameters(Util::ByteWriter&) const override {}
+  std::shared_ptr<DataFactory> read_parameters(Util::ByteReader&) const override { return copy(); }
+  std::shared_ptr<DataFactory> copy() const override { return std::make_shared<GuardedFactory>(); }
+};
+
+TEST(OwnObject, DecidesWhichBytesItTakes) {
+  register_factory("Own::Guarded", std::make_shared<GuardedFactory>());
+  const Tree record(make_record("r"));
+  for (const char* name : {"first", "second"}) record->add_field(name, make_schema(name, "Own::Guarded", 0));
   send(record);
-  file("tree").replace(file("tree").size() - 2, 2, "\x02\xff");
+  for (const auto answer : {Guarded::kNo, Guarded::kShorter, Guarded::kOutOfMemory, Guarded::kTooLong}) {
+    Guarded::answer = answer;
+    auto reader = connection(MPSys::FileMode::reading);
+    std::shared_ptr<DataObj> object;
+    EXPECT_ERROR(receiveDataObject(reader, object),
+                 "message receive failed: can't resize frame 0 \"Own::Guarded\" to requested byte size (9)");
+    EXPECT_EQ(object, nullptr);
+  }
+  Guarded::answer = Guarded::kDefault;
+  file("tree")[12 + 8 * 3] = 2;  // the first one gets fewer bytes than it has, the second one those behind them
+  file("tree").replace(file("tree").size() - 18, 11, "AB123456789");
   const auto loaded = receive();
-  EXPECT_EQ(loaded->get<Value<bool>>("b")->get_value(), true);
-  send(loaded);
-  EXPECT_EQ(file("tree").substr(file("tree").size() - 2), "\x01\x01");
+  EXPECT_EQ(loaded->get<Guarded>("first")->bytes, "AB it is.");
+  EXPECT_EQ(loaded->get<Guarded>("second")->bytes, "123456789");
 }
 
 /// A record with so many fields of this kind that the schema has as many nodes as it may have, each with texts of its

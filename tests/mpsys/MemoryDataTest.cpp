@@ -45,28 +45,16 @@ TEST(FixedMemoryData, TakesExactlyItsOwnSize) {
   EXPECT_EQ(memory.data(), &row_count);
 }
 
-struct Step {
-  std::uint64_t n;
-  bool fits;
-  std::uint64_t length;  // afterwards
-};
-
 TEST(MallocMemoryData, IsSizedByTheFirstRequestOnly) {
-  const std::vector<std::vector<Step>> sequences = {
-      {{4, true, 4}, {8, false, 4}, {4, true, 4}, {3, true, 4}, {0, true, 4}},
-      {{0, true, 0}, {1, false, 0}, {0, true, 0}},
-      {{kNobodyHasThis, false, 0}, {4, true, 4}},  // a failed allocation does not count as the first
-  };
-  for (const auto& sequence : sequences) {
+  for (const std::uint64_t first : {4u, 0u}) {
     MallocMemoryData memory(nullptr);
-    const void* block = nullptr;
-    for (const Step& step : sequence) {
-      EXPECT_EQ(memory.set_length(step.n), step.fits) << step.n;
-      EXPECT_EQ(memory.length(), step.length) << step.n;
-      EXPECT_TRUE(block == nullptr || memory.data() == block) << step.n;
-      block = memory.data();
-    }
+    EXPECT_FALSE(memory.set_length(kNobodyHasThis));  // does not count as the first
+    EXPECT_TRUE(memory.set_length(first));
+    const void* block = memory.data();
     EXPECT_NE(block, nullptr);
+    for (const std::uint64_t n : {8u, 4u, 1u, 0u}) EXPECT_EQ(memory.fits(n), n <= first) << n;
+    EXPECT_EQ(memory.data(), block);
+    EXPECT_EQ(memory.length(), first);
   }
 }
 

@@ -45,6 +45,10 @@ TEST(Error, SystemTextFollowsOnItsOwnLineWithinTheSameLimit) {
 
 TEST(Error, PathOfTablesEndsWhereItWouldGrowLong) {
   Error error("no");
+  EXPECT_EQ(error.file() + error.table() + error.column(), "");
+  EXPECT_FALSE(error.offset().has_value());
+  const Error unknown = error;
+  error.set_offset(7);
   error.enter_field("column", false, 1);
   for (const char* table : {"inner", "outer"}) error.enter_field(table, true, 1);
   EXPECT_EQ(error.table(), "outer/inner");
@@ -56,6 +60,8 @@ TEST(Error, PathOfTablesEndsWhereItWouldGrowLong) {
   }
   EXPECT_EQ(error.column(), "column");
   EXPECT_EQ(error.frame(), 6u);
+  EXPECT_EQ(unknown.table() + unknown.column(), "");  // a copy has a place of its own
+  EXPECT_FALSE(unknown.offset().has_value());
 }
 
 TEST(Error, SystemTextIsNotTranslated) {

@@ -36,23 +36,20 @@ std::size_t all_frames(const DataObj& object) {
   return count;
 }
 
-void enter(Util::Error& error, const DataObj& child, std::size_t frames_before) {
+void enter(Util::Error& error, const DataObj& child, std::size_t frames_before = 0) {
   error.enter_field(child.schema()->name(), is_composite(child), frames_before);
 }
 
-/// Passes over `left` frames, which it counts down. True when they end inside `object`; then the error knows where.
+/// Passes over `left` frames, which it counts down. True when they end inside `object`; then the error knows in which
+/// field; who asks knows the frame.
 bool enter_frame_after(Util::Error& error, const DataObj& object, std::size_t& left) {
   const std::size_t own = own_frames(object);
   if (left < own) return true;
   left -= own;
-  std::size_t before = own;
   for (const auto& child : children_of(object)) {
-    const std::size_t left_before = left;
-    if (enter_frame_after(error, *child, left)) {
-      enter(error, *child, before);
-      return true;
-    }
-    before += left_before - left;
+    if (!enter_frame_after(error, *child, left)) continue;
+    enter(error, *child);
+    return true;
   }
   return false;
 }

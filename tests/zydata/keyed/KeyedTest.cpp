@@ -250,41 +250,31 @@ TEST(KeyedFiles, SearchableTextsComeBackWithoutTheirIndex) {
 TEST(KeyedFiles, LinksThatLeadAstrayAreRefused) {
   const auto dict = make_dict<int>();
   for (const char* key : {"a", "b", "c"}) dict->set(key, 1);
-  const auto good = stored(dict);  // frame 3: buckets, 4: entries of 12 bytes, 5: keys
-  const auto answer = [&](std::size_t frame, std::size_t offset, std::int32_t word) {
-    auto frames = good;
-    std::memcpy(frames[frame].data() + offset, &word, sizeof word);
+  const auto sparse = make_sparse<int>();
+  sparse->set(1, 1);
+  // Frame 3: buckets, 4: entries of 12 bytes, 5: keys.
+  const auto answer = [&](DataObj& table, std::size_t frame, std::size_t offset, std::int32_t word) {
+    auto frames = stored(table.shared_from_this());
+    std::memcpy(frames[frame].data() + offset, &word, frame == 5 ? 1 : sizeof word);
     return TestSupport::error_text([&] { loaded(frames); });
   };
   const std::string refusal = "the stored table of dictionary \"d\" contradicts itself";
+  const std::string sparse_refusal = "the stored table of sparse array \"s\" contradicts itself";
   for (const std::int32_t word : {-2, 3, 1000000, INT32_MIN}) {
-    for (std::size_t bucket = 0; bucket < 8; ++bucket) EXPECT_EQ(answer(3, 4 * bucket, word), refusal);
+    for (std::size_t bucket = 0; bucket < 8; ++bucket) EXPECT_EQ(answer(*dict, 3, 4 * bucket, word), refusal);
   }
   for (std::size_t entry = 0; entry < 3; ++entry) {
-    EXPECT_EQ(answer(4, 12 * entry, -1), refusal) << "key of entry " << entry;
-    EXPECT_EQ(answer(4, 12 * entry, 6), refusal) << "key of entry " << entry;
-    EXPECT_EQ(answer(4, 12 * entry + 8, static_cast<std::int32_t>(entry)), refusal) << "cycle";
-    EXPECT_EQ(answer(4, 12 * entry + 8, 77), refusal) << "link of entry " << entry;
+    for (const std::int32_t key : {-1, 6}) EXPECT_EQ(answer(*dict, 4, 12 * entry, key), refusal) << entry;
+    for (const std::int32_t next : {static_cast<std::int32_t>(entry), 77})
+      EXPECT_EQ(answer(*dict, 4, 12 * entry + 8, next), refusal) << entry;
   }
-  auto unterminated = good;
-  unterminated[5].back() = 'x';
-  EXPECT_ERROR(loaded(unterminated), refusal);
-  auto sparse = stored([] {
-    const auto array = make_sparse<int>();
-    array->set(1, 1);
-    return array;
-  }());
-  const std::string sparse_refusal = "the stored table of sparse array \"s\" contradicts itself";
-  const auto good_sparse = sparse;
-  sparse[4].replace(8, 4, 4, '\0');  // an entry that follows itself
-  EXPECT_ERROR(loaded(sparse), sparse_refusal);
-  sparse = good_sparse;
-  sparse[4][0] ^= 4;  // an index whose hash belongs elsewhere
-  EXPECT_ERROR(loaded(sparse), sparse_refusal);
-  sparse = good_sparse;
-  sparse[3].clear();
-  sparse[4].replace(8, 4, 4, '\xfe');  // a free place and no buckets
-  EXPECT_ERROR(loaded(sparse), sparse_refusal);
+  EXPECT_EQ(answer(*dict, 5, 5, 'x'), refusal);         // the last key has no end
+  EXPECT_EQ(answer(*sparse, 4, 8, 0), sparse_refusal);  // an entry that follows itself
+  EXPECT_EQ(answer(*sparse, 4, 0, 5), sparse_refusal);  // an index whose hash belongs elsewhere
+  auto no_buckets = stored(sparse);
+  no_buckets[3].clear();
+  no_buckets[4].replace(8, 4, 4, '\xfe');  // a free place
+  EXPECT_ERROR(loaded(no_buckets), sparse_refusal);
 }
 
 // Keys that share bytes would take more memory and time than their bytes in the file.

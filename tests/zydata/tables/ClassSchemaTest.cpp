@@ -55,26 +55,18 @@ TEST(ClassAccess, ReachesTheMemberAtItsPosition) {
   EXPECT_THROW(generic.read_parameters(reader), Util::Error);
 }
 
-TEST(ClassSchema, DeclarationChainsAndKeepsOrderTypesKindsAndDefaults) {
+TEST(ClassSchema, DeclarationKeepsOrderTypesKindsAndDefaults) {
   const auto schema = Row::class_schema();
-  EXPECT_EQ(schema->name(), "rows");
-  EXPECT_EQ(schema->type_name(), "TestObjects::Row");
-  EXPECT_EQ(schema->kind(), 0x40000u);
-  std::vector<std::string> fields;
-  for (const auto& field : schema->fields()) {
-    fields.push_back(field->name() + " " + field->type_name() + " " + kind_to_string(field->kind()));
-  }
-  EXPECT_EQ(fields, (std::vector<std::string>{"id int defaulted", "name const char* string", "z double defaulted",
-                                              "links int var", "mode TestObjects::Row::Mode defaulted"}));
+  std::string fields = schema->name() + " " + schema->type_name() + " " + kind_to_string(schema->kind());
+  for (const auto& field : schema->fields())
+    fields += ", " + field->name() + " " + field->type_name() + " " + kind_to_string(field->kind());
+  EXPECT_EQ(fields,
+            "rows TestObjects::Row class_access, id int defaulted, name const char* string, z double defaulted, links "
+            "int var, mode TestObjects::Row::Mode defaulted");
   EXPECT_NE(dynamic_cast<ClassSchema<Row>*>(schema->create().get()), nullptr);
-
   const auto table = row_table();
-  EXPECT_EQ(table->schema()->type_text(true), "Frame<TestObjects::Row>");
-  const auto ids = table->get<Array<int>>("id");
-  const auto modes = table->get<Array<Row::Mode>>("mode");
-  EXPECT_EQ(ids->default_value(), 7);
-  EXPECT_EQ(table->get<Array<double>>("z")->default_value(), 0.5);
-  EXPECT_EQ(modes->default_value(), Row::kOn);
+  EXPECT_EQ(table->get<Array<int>>("id")->default_value(), 7);
+  EXPECT_EQ(table->get<Array<Row::Mode>>("mode")->default_value(), Row::kOn);
 }
 
 /// What a file brings that holds rows with these columns: name, element type, kind.

@@ -369,41 +369,23 @@ TEST(Composite, IsNotStoredWhenItsSchemaWasChangedBehindItsBack) {
   first->clear_hierarchy();
 }
 
-TEST(Composite, FrameCountDependsOnTheSchemaAlone) {
-  const TableTree full(5), empty(0);
-  EXPECT_EQ(stored(full.root).size(), stored(empty.root).size());
-  EXPECT_EQ(stored(empty.root).size(), 3 + 1 + 1 + 2 + 1 + 2 + 1u);
-  const auto bytes = stored(full.root);
-  const auto back = loaded(bytes);
-  EXPECT_EQ(stored(back), bytes);
-}
-
 TEST(Print, ShowsRecordsAndFramesWithTheirBlankLines) {
-  TableTree tree(0);
+  const Tree tree;
+  const auto table = plain_table({"a", "b"}, 0);
+  tree.root->add_field("table", table);
   tree.root->add_field("number", make_schema<int>("number", 0));
   tree.root->add_field("inner", make_record_schema("inner"));
-  const std::string columns =
-      "id Array[0] = [ ]\n#name StringArray[0] = [ ]\n#z Array[0] = [ ]\n#links VarArray[0] = [ ]\n#mode Array[0] = [ "
-      "]\n";
-  const auto at_level = [&](int level) {
-    const std::string blanks(static_cast<std::size_t>(4 * std::min(level, 10)), ' ');
-    std::string text = blanks + columns;
-    for (std::size_t at = text.find('#'); at != std::string::npos; at = text.find('#')) text.replace(at, 1, blanks);
-    return text;
+  const auto frame = [](const std::string& outer, const std::string& inner) {
+    return outer + "ZyData::UntypedClass Frame[0] {\n" + inner + "a Array[0] = [ ]\n" + inner + "b Array[0] = [ ]\n" +
+           outer + "}\n";
   };
-  EXPECT_PRINTS(tree.table->print(0), "TestObjects::Row Frame[0] {\n" + at_level(1) + "}\n\n");
-  EXPECT_PRINTS(tree.root->print(0), "ZyData::UntypedClass record {\n    TestObjects::Row Frame[0] {\n" + at_level(2) +
-                                         "    }\n\n    number = 0\n    ZyData::UntypedClass record {\n    }\n\n}\n\n");
-  const std::string blanks(40, ' ');
-  EXPECT_PRINTS(tree.table->print(10), blanks + "TestObjects::Row Frame[0] {\n" + at_level(11) + blanks + "}\n\n");
-
+  const std::string four(4, ' '), most(40, ' ');
   std::ostringstream stream;
-  tree.append(1);
-  EXPECT_PRINTS(tree.table->print(stream, 0), "");
-  EXPECT_EQ(
-      stream.str(),
-      "TestObjects::Row Frame[1] {\n    id Array[1] = [ 1 ]\n    name StringArray[1] = [ \"n1\" ]\n    z Array[1] "
-      "= [ 0.5 ]\n    links VarArray[1] = [ [1] ]\n    mode Array[1] = [ 0 ]\n}\n");
+  EXPECT_PRINTS(table->print(stream, 0), "");
+  EXPECT_EQ(stream.str(), frame("", four));
+  EXPECT_PRINTS(table->print(10), frame(most, most) + "\n");
+  EXPECT_PRINTS(tree.root->print(0), "ZyData::UntypedClass record {\n" + frame(four, four + four) +
+                                         "\n    number = 0\n    ZyData::UntypedClass record {\n    }\n\n}\n\n");
 }
 
 }  // namespace

@@ -103,8 +103,9 @@ std::function<Sample()> read_runs(std::size_t elements) {
   };
   return compare_sums(
       [=] {
+        VarArray<int>& array = *runs;
         std::int64_t sum = 0;
-        for (std::size_t i = 0; i < elements; ++i) sum += ends(runs->element(i));
+        for (std::size_t i = 0; i < elements; ++i) sum += ends(array.element(i));
         return sum;
       },
       [=] {

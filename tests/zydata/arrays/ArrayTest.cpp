@@ -130,7 +130,6 @@ TYPED_TEST(ArrayOf, SingleValueHoldsPrintsAndStoresOneElement) {
   value->print(stream, 1);
   EXPECT_EQ(stream.str(), expected.str());
   EXPECT_TRUE(loaded(stored(value))->template get<Value<T>>()->get_value() == element<T>(3));
-  for (const std::uint64_t n : {sizeof(T) - 1, sizeof(T), sizeof(T) + 1}) EXPECT_EQ(value->fits(n), n <= sizeof(T));
 }
 
 TEST(Array, RefusesIndicesOutsideAndStaysUnchanged) {
@@ -184,16 +183,6 @@ TEST(Array, RefusesElementsOfAnotherType) {
   EXPECT_ERROR(ints->concat(Value<int>(make_schema<int>("v", 0))), text);
   EXPECT_ERROR(ints->slice(1, 1)->concat(*array_of<double>(1)), text);  // the type is looked at first
   EXPECT_EQ(ints->size(), 2u);
-}
-
-TEST(Array, StaysAsItWasWhenMemoryIsExhausted) {
-  const auto array = array_of<int>(3);
-  const std::uint64_t huge = std::uint64_t{1} << 60;
-  EXPECT_THROW(array->resize(huge), std::bad_alloc);
-  EXPECT_THROW(array->resize_bytes(huge * 4), std::bad_alloc);
-  EXPECT_THROW(array->append_defaults(huge), std::bad_alloc);
-  EXPECT_THROW(array->slice(huge, kToTheEnd)->get<Array<int>>()->assign(array->elements(), 3), std::bad_alloc);
-  EXPECT_EQ(content<int>(array), elements<int>(0, 3));
 }
 
 /// Declares one of its members, or one that is followed by padding.

@@ -3,12 +3,10 @@
 
 #include "mpsys/FileConnection.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/arrays/MMapArray.h"
 #include "zydata/arrays/String.h"
 #include "zydata/message/serialize.h"
 #include "zydata/schema/Schema.h"
 #include "zydata/schema/TypeRegistry.h"
-#include "zydata/storage/Vector.h"
 
 namespace ZyData {
 namespace {
@@ -30,11 +28,6 @@ std::uint64_t available_memory() {
   if (TestSupport::kAddressSanitizer) GTEST_SKIP() << "a sanitizer makes arrays of gigabytes too slow"; \
   if (available_memory() < (gibibytes))                                                                 \
   GTEST_SKIP() << "takes " << (gibibytes) << " GiB of memory, only " << available_memory() << " are free"
-
-#define SKIP_UNLESS_LARGE_TESTS_ARE_WANTED()                  \
-  if (std::getenv("CORVANE_TEST_LARGE") == nullptr)           \
-  GTEST_SKIP() << "set CORVANE_TEST_LARGE to write files of " \
-                  "gigabytes"
 
 /// Texts of 2147483647 bytes in all, which take two gigabytes.
 std::shared_ptr<StringArray> longest() {
@@ -83,7 +76,7 @@ TEST(Boundary, ATextColumnTakes2147483647BytesAndNotOneMore) {
 }
 
 TEST(Boundary, TheLongestColumnIsStoredAndLoaded) {
-  SKIP_UNLESS_LARGE_TESTS_ARE_WANTED();
+  if (std::getenv("CORVANE_TEST_LARGE") == nullptr) GTEST_SKIP() << "set CORVANE_TEST_LARGE to write gigabytes";
   SKIP_WITHOUT_MEMORY(10);
   const TestSupport::TempDir folder;
   const std::string path = folder.path("file");
@@ -101,24 +94,6 @@ TEST(Boundary, TheLongestColumnIsStoredAndLoaded) {
   EXPECT_EQ(loaded->offsets().back(), INT32_MAX);
   for (std::uint64_t i = 0; i < array->size(); ++i) ASSERT_TRUE(loaded->view(i) == array->view(i)) << i;
   EXPECT_ERROR(loaded->append("x"), kRefusal);
-}
-
-TEST(Boundary, AMappedVectorTakes4GibibytesLessOneByteAndNotOneMore) {
-  SKIP_UNLESS_LARGE_TESTS_ARE_WANTED();
-  const TestSupport::TempDir folder;
-  const std::string path = folder.path("file");
-  constexpr std::uint64_t kMost = 0xffffffff;
-  {
-    MMapVector<char> vector(0, MMap<char>(path));
-    vector.reserve(kMost);
-    vector.resize(kMost, 'v');
-    vector[kMost - 1] = 'e';
-    EXPECT_ERROR(vector.push_back('x'),
-                 "failed to resize mmap file \"" + path + "\" to requested size (8589934590)\n    File too large");
-    EXPECT_EQ(vector.size(), kMost);
-    EXPECT_EQ(vector[kMost - 1], 'e');
-  }
-  EXPECT_EQ(std::filesystem::file_size(path), kMost);
 }
 
 }  // namespace

@@ -41,20 +41,16 @@ TEST(Vector, AppendsElementsOfItsOwn) {
   EXPECT_TRUE(vector[8] == 8 && vector[16] == 1);
 }
 
-TEST(Vector, SingleAppendsDoubleTheSizeFromEight) {
+TEST(Vector, SingleAppendsDoubleTheSizeFromEightAndNothingShrinks) {
   EXPECT_EQ(CpuVector<int>(0, CpuMem<int>()).data(), nullptr);
-  CpuVector<int> vector;
-  std::vector<std::uint64_t> capacities;
-  for (int i = 0; i < 40; ++i) {
-    vector.push_back(i);
-    if (capacities.empty() || capacities.back() != vector.capacity()) capacities.push_back(vector.capacity());
-  }
-  EXPECT_EQ(capacities, (std::vector<std::uint64_t>{8, 16, 32, 64}));
+  for (const auto& [size, capacity] : {std::pair(1, 8u), {8, 8u}, {9, 16u}, {16, 16u}, {17, 32u}, {33, 64u}})
+    EXPECT_EQ(filled<int>(size).capacity(), capacity);
+  CpuVector<int> vector = filled<int>(33);
   vector.reserve(5);
   vector.truncate(1);
   vector.resize(3, 9);
   EXPECT_EQ(vector.capacity(), 64u);
-  EXPECT_EQ(content(vector), (std::vector<int>{0, 9, 9}));
+  EXPECT_EQ(content(vector), (std::vector<int>{1, 9, 9}));
 }
 
 TEST(Vector, GrowthRulesDoubleTheSizeForAppendsAndTheCapacityForResize) {

@@ -8,7 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "tools/corvane/support/Geometry.h"
+
 namespace CorvaneMesher {
+
+using CorvaneTool::Point;
 
 class CellGrid {
  public:
@@ -32,6 +36,13 @@ class CellGrid {
   int column(double x) const { return std::clamp(steps(x - d_x), 0, d_columns - 1); }
   int row(double y) const { return std::clamp(steps(y - d_y), 0, d_rows - 1); }
   std::size_t cell(int column, int row) const { return static_cast<std::size_t>(row * d_columns + column); }
+
+  /// In its middle.
+  Point place(std::size_t cell) const {
+    const auto columns = static_cast<std::size_t>(d_columns);
+    return {std::llround(d_x + (static_cast<double>(cell % columns) + 0.5) * d_size),
+            std::llround(d_y + (static_cast<double>(cell / columns) + 0.5) * d_size)};
+  }
 
   /// Calls `enter(thing, visit)` for each thing twice; that calls `visit(cell)` for the thing's cells, the same each
   /// time.

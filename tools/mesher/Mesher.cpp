@@ -1,6 +1,8 @@
 #include "tools/mesher/Mesher.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
@@ -22,12 +24,20 @@ using Mesh2DPlat::DBZydata;
 constexpr double kEdgesAcross = 50;  // of a board whose settings say nothing
 constexpr double kLeastRatio = 10;   // of the longest edge to the smallest feature
 constexpr double kUsualRatio = 40;
-constexpr double kMostTriangles = 3e7;             // of one layer
+constexpr double kRoundingReach = 2;               // nm, by which cuts move outlines
 constexpr double kSquareMm = 1e12;                 // in square nanometres
 constexpr double kMostLoss = kMostDifference / 5;  // of area, for the sake of simple outlines
+constexpr double kMostEmptiness = 8;               // of a board: the rest of it is refined until the limit is passed
+constexpr std::int64_t kLeastSpacing = 4;          // nm
 constexpr double kStraightPart = 5;                // of the spacing: how far outlines may stray where they lose corners
 constexpr double kUsualAngle = 20;                 // degrees
 constexpr double kLargestAngle = 20.7;             // beyond this, refining need not come to an end
+
+/// Shortest text that tells the number from all others.
+std::string text_of(double number) {
+  std::array<char, 32> text;
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+}
 
 // --- sizes ---
 
@@ -62,8 +72,10 @@ MeshSizes sizes_for(const MeshRequest& request, const Mesh2DPlat::SImeshConfig& 
   sizes.min_edge = std::min(sizes.min_edge, sizes.max_edge / kLeastRatio);
   const double angle = config.thetamin();
   sizes.min_angle = std::min(is_length(angle) ? angle : kUsualAngle, kLargestAngle);
-  if (extent.width * extent.height / (sizes.max_edge * sizes.max_edge) > kMostTriangles) {
-    throw std::runtime_error("edges of at most " + std::to_string(sizes.max_edge / 1e6) +
+  sizes.limits = request.limits;
+  if (extent.width * extent.height / (sizes.max_edge * sizes.max_edge) >
+      static_cast<double>(request.limits.nodes) * kMostEmptiness) {
+    throw std::runtime_error("edges of at most " + text_of(sizes.max_edge / 1e6) +
                              " mm would make tens of millions of triangles");
   }
   return sizes;
@@ -96,31 +108,36 @@ OutlineMeasure measure(const Outline& corners) {
 /// What the fills' outlines hold by themselves, less what they share. The area of an outline that crosses itself says
 /// nothing, so there the area of what it surrounds an odd number of times counts.
 void measure_fills(const std::vector<Ring>& rings, const RegionOutlines& regions, LayerReport& report) {
-  double own = 0, surrounded = 0;
+  double own = 0, surrounded = 0, length = 0;
   for (std::size_t i = 0; i < rings.size(); ++i) {
     if (!rings[i].is_fill) continue;
     const OutlineMeasure outline = measure(rings[i].corners);
     const double inside = regions.owner_areas[i];
-    const bool crosses_itself = std::abs(outline.area - inside) > kMostDifference * outline.area + 2 * outline.length;
+    const bool crosses_itself = std::abs(outline.area - inside) > kRoundingReach * outline.length;
     report.crossing_fills += crosses_itself;
     own += crosses_itself ? inside : outline.area;
     surrounded += inside;
+    length += outline.length;
   }
   const double overlap = surrounded - regions.fill_area;
   report.fill_area = (own - overlap) / kSquareMm;
   report.fill_overlap_area = overlap / kSquareMm;
+  report.fill_rounding_area = kRoundingReach * length / kSquareMm;
 }
 
 /// With less detail as long as that changes no area by much: fine patterns are all detail.
-RegionOutlines simple_outlines(const RegionOutlines& regions, std::int64_t spacing) {
-  for (;; spacing /= 4) {
-    if (spacing < 4) return simplified(regions, 1);
-    RegionOutlines outlines = simplified(regions, spacing);
-    straighten(outlines, static_cast<double>(spacing) / kStraightPart);
-    const EnclosedAreas areas = enclosed_areas(outlines);
-    if (std::max(relative(areas.copper, regions.copper_area), relative(areas.fill, regions.fill_area)) <= kMostLoss)
-      return outlines;
+RegionOutlines simple_outlines(const RegionOutlines& regions, const MeshSizes& sizes) {
+  for (std::int64_t spacing = sizes.spacing(); spacing >= kLeastSpacing; spacing /= 4) {
+    try {
+      RegionOutlines outlines = simplified(regions, spacing, sizes.limits);
+      straighten(outlines, static_cast<double>(spacing) / kStraightPart);
+      const EnclosedAreas areas = enclosed_areas(outlines);
+      if (std::max(relative(areas.copper, regions.copper_area), relative(areas.fill, regions.fill_area)) <= kMostLoss)
+        return outlines;
+    } catch (const PlaceError&) {  // dropping detail makes new crossings now and then: less of it, then
+    }
   }
+  return regions;
 }
 
 void measure_triangles(const TriangleMesh& mesh, LayerReport& report) {
@@ -132,16 +149,16 @@ void measure_triangles(const TriangleMesh& mesh, LayerReport& report) {
 }
 
 void check_areas(const LayerReport& report, const Topology& topology) {
-  const auto check = [&](const char* what, double wanted, double found) {
-    if (relative(found, wanted) <= kMostDifference) return;
-    throw std::runtime_error("layer " + report.name + ": " + what + " of " + std::to_string(wanted) +
-                             " mm2 became triangles of " + std::to_string(found) + " mm2");
+  const auto check = [&](const char* what, double wanted, double found, double rounding) {
+    if (std::abs(found - wanted) <= kMostDifference * wanted + rounding) return;
+    throw std::runtime_error("layer " + report.name + ": " + what + " of " + text_of(wanted) +
+                             " mm2 became triangles of " + text_of(found) + " mm2");
   };
-  check("fills", report.fill_area, report.fill_mesh_area);
-  check("copper", report.copper_area, report.mesh_area);
+  check("fills", report.fill_area, report.fill_mesh_area, report.fill_rounding_area);
+  check("copper", report.copper_area, report.mesh_area, 0);
   double polygons = 0;
   for (const Topology::Loop& loop : topology.loops) polygons += loop.square_mm;
-  check("polygons", polygons, report.mesh_area);
+  check("polygons", polygons, report.mesh_area, 0);
 }
 
 // --- the whole way ---
@@ -171,16 +188,9 @@ class Mesher {
     const std::string name = database_name(d_request.directory, d_request.name);
     d_report.database = d_request.directory + "/" + name + ".zydat";
     const Layout layout = open(name);
-    Copper copper;
-    in_phase("copper", [&] { copper = collect_copper(layout, d_request.with_traces); });
-    if (copper.layers.empty()) throw std::runtime_error(d_report.database + ": no copper to mesh");
-    const MeshSizes sizes = sizes_for(d_request, layout.config, extent_of(copper));
-    note(copper, sizes, layout.config);
-    const std::vector<LayerMesh> layers = mesh_layers(copper, sizes);
-    BoardMesh board;
-    in_phase("build", [&] { board = build_mesh(layout, copper, layers); });
-    const StoredMesh stored = store_mesh(d_request.directory, board, layout,
-                                         [this](const char* phase, const auto& work) { in_phase(phase, work); });
+    const InPhase in_phase_here = [this](const char* phase, const auto& work) { in_phase(phase, work); };
+    BoardMesh board = mesh_layout(layout, d_request, d_report, in_phase_here);
+    const StoredMesh stored = store_mesh(d_request.directory, board, layout, in_phase_here);
     d_report.mesh = stored.path;
     d_report.bytes = stored.bytes;
     d_report.elements = count_elements(board.mesh);
@@ -196,28 +206,6 @@ class Mesher {
     Layout layout;
     in_phase("read layout", [&] { layout = CorvaneTool::read_layout(database); });
     return layout;
-  }
-
-  void note(const Copper& copper, const MeshSizes& sizes, const Mesh2DPlat::SImeshConfig& config) {
-    d_report.max_edge = sizes.max_edge / 1e6;
-    d_report.min_edge = sizes.min_edge / 1e6;
-    d_report.sizes_from_extent = !is_length(config.maxEdgeLen()) && d_request.max_edge == 0;
-    d_report.traces = copper.traces;
-    d_report.traces_without_width = copper.traces_without_width;
-    d_report.shapes_left_out = copper.shapes_left_out;
-  }
-
-  std::vector<LayerMesh> mesh_layers(const Copper& copper, const MeshSizes& sizes) {
-    std::vector<LayerMesh> layers;
-    d_report.smallest_angle = 180;
-    for (const LayerCopper& layer : copper.layers) {
-      LayerReport report;
-      layers.push_back(
-          mesh_layer(layer, sizes, report, [this](const char* phase, const auto& work) { in_phase(phase, work); }));
-      d_report.smallest_angle = std::min(d_report.smallest_angle, smallest_angle(layers.back().triangles));
-      d_report.layers.push_back(std::move(report));
-    }
-    return layers;
   }
 
   /// Phases of one name add up.
@@ -247,6 +235,34 @@ double LayerReport::relative_difference() const {
   return std::max(relative(fill_mesh_area, fill_area), relative(mesh_area, copper_area));
 }
 
+BoardMesh mesh_layout(const Layout& layout, const MeshRequest& request, MeshReport& report, const InPhase& in_phase) {
+  Copper copper;
+  in_phase("copper", [&] { copper = collect_copper(layout, request.with_traces); });
+  if (copper.layers.empty()) throw std::runtime_error(report.database + ": no copper to mesh");
+  const MeshSizes sizes = sizes_for(request, layout.config, extent_of(copper));
+  report.max_edge = sizes.max_edge / 1e6;
+  report.min_edge = sizes.min_edge / 1e6;
+  report.sizes_from_extent = !is_length(layout.config.maxEdgeLen()) && request.max_edge == 0;
+  report.traces = copper.traces;
+  report.traces_without_width = copper.traces_without_width;
+  report.shapes_left_out = copper.shapes_left_out;
+  report.smallest_angle = 180;
+  std::vector<LayerMesh> layers;
+  for (const LayerCopper& layer : copper.layers) {
+    try {
+      layers.push_back(mesh_layer(layer, sizes, report.layers.emplace_back(), in_phase));
+    } catch (const PlaceError& error) {
+      throw std::runtime_error("layer " + layer.layer->name() + ": " + error.what() + ", near (" +
+                               text_of(static_cast<double>(error.place().x) / 1e6) + ", " +
+                               text_of(static_cast<double>(error.place().y) / 1e6) + ") mm");
+    }
+    report.smallest_angle = std::min(report.smallest_angle, smallest_angle(layers.back().triangles));
+  }
+  BoardMesh board;
+  in_phase("build", [&] { board = build_mesh(layout, copper, layers); });
+  return board;
+}
+
 LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerReport& report, const InPhase& in_phase) {
   LayerMesh mesh;
   mesh.layer = copper.layer;
@@ -255,9 +271,9 @@ LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerRep
   in_phase("find regions", [&] {
     std::vector<Label> owners;
     for (const Ring& ring : copper.rings) owners.push_back({ring.net, ring.is_fill});
-    regions = find_regions(cut_at_crossings(strands_of(copper.rings), 1), owners);
+    regions = find_regions(cut_at_crossings(strands_of(copper.rings), 1, sizes.limits), owners);
   });
-  in_phase("simplify", [&] { outlines = simple_outlines(regions, sizes.spacing()); });
+  in_phase("simplify", [&] { outlines = simple_outlines(regions, sizes); });
   in_phase("triangulate", [&] {
     if (!outlines.edges.empty()) mesh.triangles = triangulate(outlines, SizeField(outlines, sizes), sizes);
   });

@@ -18,6 +18,7 @@ struct MeshRequest {
   std::string name;     // of the database; empty: the only one there is
   double max_edge = 0;  // mm; 0: as the database's settings say
   bool with_traces = true;
+  MeshLimits limits{};
 };
 
 /// Areas in square millimetres.
@@ -25,6 +26,7 @@ struct LayerReport {
   std::string name;
   double fill_area = 0;              // of the fills' outlines; where fills overlap, once
   double fill_mesh_area = 0;         // of the triangles inside fills
+  double fill_rounding_area = 0;     // how far both may differ because cuts lie on whole nanometres
   double copper_area = 0;            // of all outlines together, places that several cover counted once
   double mesh_area = 0;              // of all triangles
   double fill_overlap_area = 0;      // what fills cover more than once
@@ -60,6 +62,10 @@ constexpr double kMostDifference = 1e-3;  // between areas, relative
 /// Meshes the layout, checks the areas, writes the mesh file, reads it back and compares it. Throws when anything
 /// fails, differs, or when areas differ by more than `kMostDifference`; the directory is then as it was.
 MeshReport mesh_board(const MeshRequest& request, const Progress& progress);
+
+/// The same without files. The report gets what is known without them.
+BoardMesh mesh_layout(const CorvaneTool::Layout& layout, const MeshRequest& request, MeshReport& report,
+                      const InPhase& in_phase);
 
 /// The mesh of one layer's copper; the report gets the areas and counts. Throws when areas differ.
 LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerReport& report, const InPhase& in_phase);

@@ -107,13 +107,14 @@ class TopologyFinder {
   Topology::Loop walk(Side first, std::vector<std::array<bool, 3>>& is_done) const {
     Topology::Loop loop;
     loop.area = d_result.areas[at(first.triangle)];
+    const TriangleMesh::Node& origin = d_mesh.nodes[at(begin_of(first))];  // seen from afar, small areas get lost
     for (Side side = first; !is_done[at(side.triangle)][at(side.corner)]; side = next_on_rim(side)) {
       is_done[at(side.triangle)][at(side.corner)] = true;
       loop.nodes.push_back(begin_of(side));
       loop.edges.push_back(edge_of(side));
       const TriangleMesh::Node& from = d_mesh.nodes[at(begin_of(side))];
       const TriangleMesh::Node& to = d_mesh.nodes[at(end_of(side))];
-      loop.square_mm += (from.x * to.y - to.x * from.y) / 2;
+      loop.square_mm += ((from.x - origin.x) * (to.y - origin.y) - (to.x - origin.x) * (from.y - origin.y)) / 2;
     }
     return loop;
   }

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 #include <optional>
-#include <stdexcept>
+#include <string>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
@@ -18,6 +18,7 @@ namespace {
 // since both of its ends are at least a spacing away: cutting comes to an end.
 constexpr double kReach = 0.7;
 constexpr int kMostRounds = 100;  // boards need fewer than ten
+constexpr double kCellsPerEdge = 16;
 
 struct PointHash {
   std::size_t operator()(Point point) const {
@@ -58,8 +59,9 @@ std::optional<Point> crossing(Point a, Point b, Point c, Point d) {
 
 class Cutter {
  public:
-  Cutter(const std::vector<Strand>& strands, std::int64_t spacing)
-      : d_spacing(spacing),
+  Cutter(const std::vector<Strand>& strands, std::int64_t spacing, const MeshLimits& limits)
+      : d_limits(limits),
+        d_spacing(spacing),
         d_cell(
             std::max<std::int64_t>(1, static_cast<std::int64_t>(static_cast<double>(spacing) / std::numbers::sqrt2))) {
     for (const Strand& strand : strands) add_piece(point_at(strand.start), point_at(strand.end), strand.owner, true);
@@ -72,7 +74,7 @@ class Cutter {
       if (d_cuts.empty()) return result();
       apply_cuts();
     }
-    throw std::runtime_error("crossing outlines cannot be separated: rounding does not come to an end");
+    throw PlaceError("crossing outlines cannot be separated", at(d_pieces.front().start));
   }
 
  private:
@@ -159,12 +161,29 @@ class Cutter {
     const CellGrid grid = grid_of_edges();
     for (std::size_t cell = 0; cell < grid.cell_count(); ++cell) {
       const auto members = grid.members(cell);
+      d_comparisons += members.size() * members.size() / 2;
+      if (d_comparisons > d_limits.comparisons)
+        throw PlaceError("too many edges of outlines lie close together", grid.place(cell));
       for (std::size_t i = 0; i < members.size(); ++i) {
         for (std::size_t k = i + 1; k < members.size(); ++k) compare(members[i], members[k]);
+        check_cuts();
       }
     }
+    drop_doubled_cuts();
+  }
+
+  void drop_doubled_cuts() {
     std::sort(d_cuts.begin(), d_cuts.end());
     d_cuts.erase(std::unique(d_cuts.begin(), d_cuts.end()), d_cuts.end());
+  }
+
+  /// Each cut makes an edge, unless others lie there already; those are dropped once there are as many.
+  void check_cuts() {
+    if (d_cuts.size() < 2 * d_limits.edges) return;
+    drop_doubled_cuts();
+    if (d_cuts.size() + d_edges.size() > d_limits.edges)
+      throw PlaceError("outlines cross more than " + std::to_string(d_limits.edges) + " times",
+                       at(d_cuts.back().point));
   }
 
   CellGrid grid_of_edges() const {
@@ -173,13 +192,26 @@ class Cutter {
       const auto x = static_cast<double>(point.x), y = static_cast<double>(point.y);
       bounds = {std::min(bounds.x1, x), std::min(bounds.y1, y), std::max(bounds.x2, x), std::max(bounds.y2, y)};
     }
-    CellGrid grid(bounds, d_edges.size());
+    CellGrid grid(bounds, cells_wanted(bounds));
     grid.fill(d_edges.size(), [&](std::size_t i, const auto& visit) {
       const Point start = at(d_edges[i].start), end = at(d_edges[i].end);
       grid.visit_segment(static_cast<double>(start.x), static_cast<double>(start.y), static_cast<double>(end.x),
                          static_cast<double>(end.y), static_cast<double>(d_spacing), visit);
     });
     return grid;
+  }
+
+  /// About as many as edges, but fewer where edges are so long that each would lie in many.
+  std::size_t cells_wanted(const CellGrid::Box& bounds) const {
+    double steps = 0;  // over all edges, in both directions
+    for (const Edge& edge : d_edges) {
+      const Point start = at(edge.start), end = at(edge.end);
+      steps += static_cast<double>(std::abs(end.x - start.x) + std::abs(end.y - start.y));
+    }
+    const double least_size = steps / (kCellsPerEdge * static_cast<double>(std::max<std::size_t>(d_edges.size(), 1)));
+    const double size = CellGrid(bounds, d_edges.size()).cell_size();
+    const double part = least_size > size ? std::pow(size / least_size, 2) : 1;
+    return static_cast<std::size_t>(std::ceil(part * static_cast<double>(d_edges.size())));
   }
 
   void compare(int left, int right) {
@@ -242,6 +274,8 @@ class Cutter {
     return graph;
   }
 
+  const MeshLimits& d_limits;
+  std::uint64_t d_comparisons = 0;
   std::int64_t d_spacing;  // nm
   std::int64_t d_cell;
   std::vector<Point> d_points;
@@ -264,8 +298,8 @@ std::vector<Strand> strands_of(const std::vector<Ring>& rings) {
   return strands;
 }
 
-PlanarGraph cut_at_crossings(const std::vector<Strand>& strands, std::int64_t spacing) {
-  return Cutter(strands, spacing).run();
+PlanarGraph cut_at_crossings(const std::vector<Strand>& strands, std::int64_t spacing, const MeshLimits& limits) {
+  return Cutter(strands, spacing, limits).run();
 }
 
 }  // namespace CorvaneMesher

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/mesher/Copper.h"
+#include "tools/mesher/MeshLimits.h"
 
 namespace CorvaneMesher {
 
@@ -33,8 +34,8 @@ std::vector<Strand> strands_of(const std::vector<Ring>& rings);
 /// Cuts all strands where they meet; what an owner runs there and back vanishes.
 ///
 /// Points nearer to each other than `spacing` (nm) become one, and one within 0.7 of it from an edge gets to lie on it,
-/// so that edges bend by about as much. 1 only rounds cuts to whole nanometres. Throws std::runtime_error when this
-/// does not come to an end.
-PlanarGraph cut_at_crossings(const std::vector<Strand>& strands, std::int64_t spacing);
+/// so that edges bend by about as much. 1 only rounds cuts to whole nanometres. Throws PlaceError when this passes the
+/// limits or does not come to an end.
+PlanarGraph cut_at_crossings(const std::vector<Strand>& strands, std::int64_t spacing, const MeshLimits& limits = {});
 
 }  // namespace CorvaneMesher

@@ -9,7 +9,8 @@
 #include <CGAL/Triangulation_vertex_base_with_info_2.h>
 
 #include <algorithm>
-#include <cmath>
+#include <cstdint>
+#include <iterator>
 #include <map>
 #include <set>
 #include <utility>
@@ -35,9 +36,9 @@ Point minus(Point left, Point right) { return {left.x - right.x, left.y - right.
 
 class Walker {
  public:
-  Walker(const PlanarGraph& graph, const std::vector<Label>& owners) : d_graph(graph), d_owners(owners) {
+  Walker(const PlanarGraph& graph, const std::vector<Label>& owners)
+      : d_graph(graph), d_owners(owners), d_is_inside(owners.size()), d_owner_areas(owners.size()) {
     d_result.points = graph.points;
-    d_result.owner_areas.resize(owners.size());
   }
 
   RegionOutlines run() {
@@ -46,6 +47,8 @@ class Walker {
       label_faces();
       collect_edges();
     }
+    for (const std::int64_t twice_area : d_owner_areas)
+      d_result.owner_areas.push_back(static_cast<double>(twice_area) / 2);
     return std::move(d_result);
   }
 
@@ -112,37 +115,40 @@ class Walker {
     path.push_back({face, 0, crossed});
   }
 
+  /// An owner's area is what the walk has seen between entering and leaving it.
   void cross(const PlanarGraph::Edge* edge) {
     if (edge == nullptr) return;
     for (std::size_t i = edge->first_owner; i < edge->last_owner; ++i) {
-      const int owner = d_graph.owners[i];
-      const auto place = std::find(d_around.begin(), d_around.end(), owner);
-      if (place == d_around.end()) {
-        d_around.push_back(owner);
-      } else {
-        *place = d_around.back();
-        d_around.pop_back();
-      }
+      const auto owner = static_cast<std::size_t>(d_graph.owners[i]);
+      const int step = d_is_inside[owner] ? -1 : 1;
+      d_is_inside[owner] = !d_is_inside[owner];
+      d_owner_areas[owner] -= step * d_twice_seen;
+      if (d_owners[owner].is_fill) d_fills += step;
+      const auto net = d_nets.try_emplace(d_owners[owner].net, 0).first;
+      if ((net->second += step) == 0) d_nets.erase(net);
     }
   }
 
   void label(Face face) {
-    if (d_around.empty()) return;
+    const std::int64_t twice_area = twice_area_of(face);
+    d_twice_seen += twice_area;
+    if (d_nets.empty()) return;
+    const double area = static_cast<double>(twice_area) / 2;
     Label& label = face->info().label;
-    const double area = std::abs(d_triangulation.triangle(face).area());
-    int other = -1;  // a further net
-    for (const int position : d_around) {
-      const Label& owner = d_owners[static_cast<std::size_t>(position)];
-      d_result.owner_areas[static_cast<std::size_t>(position)] += area;
-      label.is_fill |= owner.is_fill;
-      if (label.net >= 0 && owner.net != label.net) other = std::max(label.net, owner.net);
-      label.net = label.net < 0 ? owner.net : std::min(label.net, owner.net);
-    }
+    label.net = d_nets.begin()->first;
+    label.is_fill = d_fills > 0;
     d_result.copper_area += area;
     if (label.is_fill) d_result.fill_area += area;
-    if (other < 0) return;
+    if (d_nets.size() < 2) return;
     d_result.overlap_area += area;
-    if (d_overlaps.emplace(label.net, other).second) ++d_result.overlapping_nets;
+    if (d_overlaps.emplace(label.net, std::next(d_nets.begin())->first).second) ++d_result.overlapping_nets;
+  }
+
+  /// Exact: corners are whole nanometres, at most two metres apart.
+  std::int64_t twice_area_of(Face face) const {
+    const auto corner = [&](int i) { return d_graph.points[static_cast<std::size_t>(face->vertex(i)->info())]; };
+    const Point to = minus(corner(1), corner(0)), other = minus(corner(2), corner(0));
+    return to.x * other.y - to.y * other.x;
   }
 
   void collect_edges() {
@@ -163,7 +169,12 @@ class Walker {
   const PlanarGraph& d_graph;
   const std::vector<Label>& d_owners;
   Triangulation d_triangulation;
-  std::vector<int> d_around;  // owners around the present face, in no order
+  // Of the present face:
+  std::vector<bool> d_is_inside;  // per owner
+  std::map<int, int> d_nets;      // owners around it, by net
+  int d_fills = 0;                // of these owners
+  std::int64_t d_twice_seen = 0;  // area of faces so far
+  std::vector<std::int64_t> d_owner_areas;
   std::set<std::pair<int, int>> d_overlaps;
   RegionOutlines d_result;
 };
@@ -187,7 +198,7 @@ EnclosedAreas enclosed_areas(const RegionOutlines& outlines) {
   return areas;
 }
 
-RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing) {
+RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing, const MeshLimits& limits) {
   std::vector<Label> labels;
   std::vector<Strand> strands;
   std::map<std::pair<int, bool>, int> places;
@@ -200,7 +211,7 @@ RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing) 
                          outlines.points[static_cast<std::size_t>(edge.end)], place->second});
     }
   }
-  return find_regions(cut_at_crossings(strands, spacing), labels);
+  return find_regions(cut_at_crossings(strands, spacing, limits), labels);
 }
 
 }  // namespace CorvaneMesher

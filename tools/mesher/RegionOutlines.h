@@ -45,7 +45,7 @@ struct EnclosedAreas {
 EnclosedAreas enclosed_areas(const RegionOutlines& outlines);
 
 /// The same regions without detail below `spacing` (nm): corners nearer to each other become one, and strips thinner
-/// than that close.
-RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing);
+/// than that close. Throws PlaceError as `cut_at_crossings` does.
+RegionOutlines simplified(const RegionOutlines& outlines, std::int64_t spacing, const MeshLimits& limits = {});
 
 }  // namespace CorvaneMesher

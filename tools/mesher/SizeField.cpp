@@ -7,6 +7,8 @@
 namespace CorvaneMesher {
 namespace {
 
+constexpr double kNodesPerSquare = 4;  // of a side as long as edges may be
+
 CellGrid::Box bounds_of(const RegionOutlines& outlines) {
   CellGrid::Box bounds = {1e300, 1e300, -1e300, -1e300};
   for (const RegionOutlines::Edge& edge : outlines.edges) {
@@ -19,10 +21,11 @@ CellGrid::Box bounds_of(const RegionOutlines& outlines) {
   return bounds;
 }
 
-/// Cells of the smallest length's size, unless there would be millions.
-std::size_t cells_wanted(const CellGrid::Box& bounds, double min_edge) {
-  const double cells = (bounds.x2 - bounds.x1) / min_edge * ((bounds.y2 - bounds.y1) / min_edge);
-  return static_cast<std::size_t>(std::clamp(cells, 1.0, 2e6));
+/// Cells of the smallest length's size, unless there would be too many.
+std::size_t cells_wanted(const CellGrid::Box& bounds, const MeshSizes& sizes) {
+  const double side = std::max(sizes.min_edge, 1.0);
+  const double cells = (bounds.x2 - bounds.x1) / side * ((bounds.y2 - bounds.y1) / side);
+  return static_cast<std::size_t>(std::clamp(cells, 1.0, static_cast<double>(sizes.limits.cells)));
 }
 
 double length(Point start, Point end) {
@@ -32,7 +35,7 @@ double length(Point start, Point end) {
 }  // namespace
 
 SizeField::SizeField(const RegionOutlines& outlines, const MeshSizes& sizes)
-    : d_grid(bounds_of(outlines), cells_wanted(bounds_of(outlines), sizes.min_edge)),
+    : d_grid(bounds_of(outlines), cells_wanted(bounds_of(outlines), sizes)),
       d_columns(d_grid.columns()),
       d_rows(d_grid.rows()),
       d_lengths(d_grid.cell_count(), sizes.max_edge) {
@@ -47,6 +50,12 @@ SizeField::SizeField(const RegionOutlines& outlines, const MeshSizes& sizes)
     }
   }
   spread();
+}
+
+double SizeField::nodes_expected() const {
+  double nodes = 0;
+  for (const double length : d_lengths) nodes += 1 / (length * length);
+  return nodes * kNodesPerSquare * d_grid.cell_size() * d_grid.cell_size();
 }
 
 // Two sweeps over the cells, each from the neighbours that the sweep has passed.

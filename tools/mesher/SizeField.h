@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/mesher/CellGrid.h"
+#include "tools/mesher/MeshLimits.h"
 #include "tools/mesher/RegionOutlines.h"
 
 namespace CorvaneMesher {
@@ -16,10 +17,14 @@ struct MeshSizes {
   double max_edge = 0;
   double min_edge = 0;  // features below this are not looked at more closely
   double min_angle = 0;
+  MeshLimits limits{};
 
   /// Detail of outlines below this may be dropped: a tenth of the smallest length, and never more than arcs lose to
   /// chords.
   std::int64_t spacing() const { return std::llround(std::clamp(min_edge / 10, 1.0, 5000.0)); }
+
+  /// Edges of outlines below this stay as they are.
+  double least_split() const { return static_cast<double>(spacing()) / 4; }
 };
 
 /// As long as the outlines' own edges where their corners are, at least the minimum, and from there on growing with the
@@ -30,6 +35,9 @@ class SizeField {
   SizeField(const RegionOutlines& outlines, const MeshSizes& sizes);
 
   double operator()(double x, double y) const { return d_lengths[d_grid.cell(d_grid.column(x), d_grid.row(y))]; }
+
+  /// Nodes of a mesh that keeps to these lengths everywhere, copper or not; generous.
+  double nodes_expected() const;
 
   static constexpr double kGrowth = 0.6;  // of the length, per distance
 

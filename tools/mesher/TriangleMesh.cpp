@@ -1,89 +1,18 @@
 #include "tools/mesher/TriangleMesh.h"
 
-#include <CGAL/Constrained_Delaunay_triangulation_2.h>
-#include <CGAL/Delaunay_mesh_face_base_2.h>
-#include <CGAL/Delaunay_mesher_2.h>
-#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
-#include <CGAL/Triangulation_face_base_with_info_2.h>
-#include <CGAL/Triangulation_vertex_base_with_info_2.h>
-
-#include <algorithm>
 #include <cmath>
 #include <numbers>
-#include <stdexcept>
 #include <unordered_map>
 #include <utility>
+
+#include "tools/mesher/Refinement.h"
 
 namespace CorvaneMesher {
 namespace {
 
-using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
-using CgalPoint = Kernel::Point_2;
-using VertexBase = CGAL::Triangulation_vertex_base_with_info_2<int, Kernel>;
-// Info: the place of the face's region, -1 before it is found.
-using FaceBase = CGAL::Delaunay_mesh_face_base_2<
-    Kernel,
-    CGAL::Constrained_Delaunay_triangulation_face_base_2<
-        Kernel,
-        CGAL::Constrained_triangulation_face_base_2<Kernel, CGAL::Triangulation_face_base_with_info_2<int, Kernel>>>>;
-using Triangulation =
-    CGAL::Constrained_Delaunay_triangulation_2<Kernel, CGAL::Triangulation_data_structure_2<VertexBase, FaceBase>,
-                                               CGAL::No_constraint_intersection_requiring_constructions_tag>;
-using Face = Triangulation::Face_handle;
-
-/// Of a face: first its size counts, then its angles.
-struct Quality {
-  double size = 0;         // longest edge, as a part of what is allowed
-  double square_sine = 1;  // of the smallest angle
-
-  bool operator<(const Quality& other) const {  // worse than
-    if (size > 1 || other.size > 1) return size > other.size;
-    return square_sine < other.square_sine;
-  }
-};
-
-/// What the mesher asks of faces, under the names that it knows.
-class Criteria {
- public:
-  using Quality = CorvaneMesher::Quality;
-  using Is_bad = Criteria;
-
-  Criteria(const SizeField& lengths, const MeshSizes& sizes)
-      : d_lengths(&lengths),
-        d_square_min_edge(sizes.min_edge * sizes.min_edge),
-        d_square_sine(std::pow(std::sin(sizes.min_angle / 180 * std::numbers::pi), 2)) {}
-
-  Is_bad is_bad_object() const { return *this; }
-
-  CGAL::Mesh_2::Face_badness operator()(const Quality& quality) const {
-    if (quality.size > 1) return CGAL::Mesh_2::IMPERATIVELY_BAD;
-    return quality.square_sine < d_square_sine ? CGAL::Mesh_2::BAD : CGAL::Mesh_2::NOT_BAD;
-  }
-
-  CGAL::Mesh_2::Face_badness operator()(Face face, Quality& quality) const {
-    quality = quality_of(face);
-    return (*this)(quality);
-  }
-
- private:
-  Quality quality_of(Face face) const {
-    const CgalPoint &a = face->vertex(0)->point(), &b = face->vertex(1)->point(), &c = face->vertex(2)->point();
-    std::array<double, 3> squares = {CGAL::squared_distance(a, b), CGAL::squared_distance(b, c),
-                                     CGAL::squared_distance(c, a)};
-    std::sort(squares.begin(), squares.end());
-    const double allowed = (*d_lengths)((a.x() + b.x() + c.x()) / 3, (a.y() + b.y() + c.y()) / 3);
-    Quality quality;
-    quality.size = std::sqrt(squares[2]) / allowed;
-    if (squares[0] < d_square_min_edge) return quality;  // small already: no better angle is asked for
-    const double twice_area = 2 * CGAL::area(a, b, c);
-    quality.square_sine = twice_area * twice_area / (squares[1] * squares[2]);
-    return quality;
-  }
-
-  const SizeField* d_lengths;
-  double d_square_min_edge;
-  double d_square_sine;
-};
+using Refinement::CgalPoint;
+using Refinement::Face;
+using Refinement::Triangulation;
 
 class Refiner {
  public:
@@ -91,10 +20,10 @@ class Refiner {
 
   TriangleMesh run(const SizeField& lengths, const MeshSizes& sizes) {
     find_regions();
-    CGAL::Delaunay_mesher_2<Triangulation, Criteria> mesher(d_triangulation, Criteria(lengths, sizes));
-    mesher.init(true);
-    mesher.refine_mesh();
-    return collect();
+    const bool is_early = Refinement::refine(d_triangulation, lengths, sizes);
+    TriangleMesh mesh = collect();
+    mesh.is_early = is_early;
+    return mesh;
   }
 
  private:
@@ -105,6 +34,8 @@ class Refiner {
     double largest_area = 0;
     CgalPoint middle;
   };
+
+  static Point place_of(const CgalPoint& point) { return {std::llround(point.x()), std::llround(point.y())}; }
 
   static std::uint64_t key(int start, int end) {
     return static_cast<std::uint64_t>(start) << 32 | static_cast<std::uint32_t>(end);
@@ -189,7 +120,8 @@ class Refiner {
     for (std::size_t i = 0; i < d_regions.size(); ++i) {
       if (!d_regions[i].label.is_copper()) continue;
       near = d_triangulation.locate(d_regions[i].middle, near);
-      if (near->info() >= 0) throw std::runtime_error("two regions of copper run together in the mesh");
+      if (near->info() >= 0)
+        throw PlaceError("two regions of copper run together in the mesh", place_of(d_regions[i].middle));
       flood(near, static_cast<int>(i), [&](Face face) { add_triangle(face, d_regions[i].label, numbers, mesh); });
     }
     return mesh;

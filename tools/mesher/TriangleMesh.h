@@ -24,6 +24,7 @@ struct TriangleMesh {
 
   std::vector<Node> nodes;  // each belongs to a triangle
   std::vector<Triangle> triangles;
+  bool is_early = false;  // refinement ended for want of spare nodes
 
   const Node& node(const Triangle& triangle, std::size_t corner) const {
     return nodes[static_cast<std::size_t>(triangle.nodes[corner])];
@@ -37,7 +38,7 @@ struct TriangleMesh {
 
 /// `outlines` has edges. Fills all copper with triangles whose edges keep to the size field and whose angles are at
 /// least the smallest wanted, save at corners of the outlines that are sharper themselves and at edges below the
-/// smallest length.
+/// smallest length. Throws PlaceError where that would pass the limits.
 TriangleMesh triangulate(const RegionOutlines& outlines, const SizeField& lengths, const MeshSizes& sizes);
 
 /// In degrees; 180 without triangles.

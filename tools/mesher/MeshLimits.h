@@ -11,7 +11,7 @@
 namespace CorvaneMesher {
 
 struct MeshLimits {
-  std::size_t edges = 4'000'000;              // of its outlines, once they are cut where they cross
+  std::size_t edges = 4'000'000;              // of its outlines, each cut where it meets others
   std::uint64_t comparisons = 4'000'000'000;  // of two edges, to find where they cross
   std::size_t cells = 2'000'000;              // of the map of edge lengths
   std::size_t nodes = 4'000'000;              // of its triangles

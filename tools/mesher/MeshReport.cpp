@@ -11,7 +11,9 @@ namespace CorvaneMesher {
 namespace {
 
 using CorvaneTool::fixed;
+using CorvaneTool::kNameCharacters;
 using CorvaneTool::print_table;
+using CorvaneTool::printable;
 using CorvaneTool::ReportLines;
 
 std::string percent(double part) {
@@ -29,10 +31,11 @@ ReportLines remarks(const MeshReport& report) {
   add("trace: without a width in its name, left out", report.traces_without_width);
   add("shape: of another type or without an area, left out", report.shapes_left_out);
   for (const LayerReport& layer : report.layers) {
-    const std::string name = CorvaneTool::printable(layer.name);
+    const std::string name = printable(layer.name, kNameCharacters);
     add(name + ": fills that cross themselves, odd turns counted", layer.crossing_fills);
     add(name + ": pairs of nets that overlap on " + fixed(layer.net_overlap_area, 6) + " mm2, the smaller id counted",
         layer.overlapping_nets);
+    add(name + ": outlines too fine for round triangles, left as they are", layer.is_refined_less ? 1 : 0);
     add(name + ": fills overlap on " + fixed(layer.fill_overlap_area, 6) + " mm2, counted once",
         layer.fill_overlap_area > 1e-6 ? 1 : 0);
   }
@@ -50,6 +53,7 @@ nlohmann::ordered_json layer_json(const LayerReport& layer) {
           {"crossing_fills", layer.crossing_fills},
           {"net_overlap_mm2", layer.net_overlap_area},
           {"overlapping_net_pairs", layer.overlapping_nets},
+          {"refined_less", layer.is_refined_less},
           {"triangles", layer.triangles}};
 }
 
@@ -57,14 +61,15 @@ nlohmann::ordered_json layer_json(const LayerReport& layer) {
 
 std::string report_text(const MeshReport& report) {
   std::ostringstream stream;
-  stream << report.mesh << ": " << report.bytes << " bytes, read back equal, made from " << report.database << '\n'
+  stream << printable(report.mesh) << ": " << report.bytes << " bytes, read back equal, made from "
+         << printable(report.database) << '\n'
          << "edges of " << report.min_edge << " to " << report.max_edge << " mm"
          << (report.sizes_from_extent ? " (from the board's extent: its settings have none)" : "")
          << ", smallest angle " << fixed(report.smallest_angle, 2) << " degrees, " << report.traces << " traces\n";
   ReportLines elements, fills, copper, seconds;
   for (const auto& [table, count] : report.elements) elements.emplace_back(table, std::to_string(count));
   for (const LayerReport& layer : report.layers) {
-    const std::string name = CorvaneTool::printable(layer.name);
+    const std::string name = printable(layer.name, kNameCharacters);
     fills.emplace_back(name, fixed(layer.fill_area, 4) + " / " + fixed(layer.fill_mesh_area, 4));
     copper.emplace_back(name, std::to_string(layer.triangles) + " on " + fixed(layer.copper_area, 4) + " / " +
                                   fixed(layer.mesh_area, 4) + ", off by " + percent(layer.relative_difference()) +
@@ -79,7 +84,7 @@ std::string report_text(const MeshReport& report) {
   return stream.str();
 }
 
-std::string report_json(const MeshReport& report) {
+nlohmann::ordered_json report_json(const MeshReport& report) {
   nlohmann::ordered_json json;
   json["database"] = report.database;
   json["mesh"] = report.mesh;
@@ -96,7 +101,7 @@ std::string report_json(const MeshReport& report) {
   json["verified"] = true;  // there is no report of a mesh that differs
   json["seconds"] = nlohmann::ordered_json::object();
   for (const auto& [phase, time] : report.seconds) json["seconds"][phase] = time;
-  return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  return json;
 }
 
 }  // namespace CorvaneMesher

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <random>
 #include <stdexcept>
-#include <system_error>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
 
 #include "facade/DBZydata.h"
 #include "model/MeshReadInterface.h"
+#include "tools/corvane/support/PendingFolder.h"
 
 namespace CorvaneMesher {
 namespace {
@@ -18,27 +17,7 @@ namespace {
 using namespace Mesh2DPlat;
 namespace fs = std::filesystem;
 
-constexpr const char* kMeshFile = "/corvane2d.zydat";
-
-/// A folder that goes away with the object, and everything in it.
-class TemporaryFolder {
- public:
-  explicit TemporaryFolder(const std::string& directory)
-      : d_path(directory + "/corvane2d.meshing-" + std::to_string(std::random_device()())) {
-    fs::create_directory(d_path);
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(d_path, ignored);
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  const std::string& path() const { return d_path; }
-
- private:
-  std::string d_path;
-};
+constexpr const char* kMeshFile = "corvane2d.zydat";
 
 void expect(bool is_equal, const std::string& what) {
   if (!is_equal) throw std::runtime_error("what was read back differs: " + what);
@@ -139,15 +118,17 @@ void check_whole_mesh(const std::string& directory, const BoardMesh& board) {
 }  // namespace
 
 StoredMesh store_mesh(const std::string& directory, BoardMesh& board, const CorvaneTool::Layout& layout,
-                      const InPhase& in_phase) {
-  const TemporaryFolder folder(directory);
+                      const CorvaneTool::Origin& origin, Phases& phases) {
+  CorvaneTool::PendingFolder folder(directory);
+  const std::string file = folder.file(kMeshFile);
   board.mesh.viaMeshes = rows_of(board.via_maps);
-  in_phase("write", [&] { DBZydata(folder.path()).write(&board.mesh, board.via_maps, layout.shapes.items()); });
-  in_phase("read and compare", [&] { check_plain_mesh(folder.path(), board, layout); });
-  in_phase("write with holes", [&] { DBZydata(folder.path()).writeNegPolyMesh(&board.mesh); });
-  in_phase("read and compare with holes", [&] { check_whole_mesh(folder.path(), board); });
-  StoredMesh stored{directory + kMeshFile, fs::file_size(folder.path() + kMeshFile)};
-  fs::rename(folder.path() + kMeshFile, stored.path);
+  phases.run("write", [&] { DBZydata(folder.path()).write(&board.mesh, board.via_maps, layout.shapes.items()); });
+  phases.run("read and compare", [&] { check_plain_mesh(folder.path(), board, layout); });
+  phases.run("write with holes", [&] { DBZydata(folder.path()).writeNegPolyMesh(&board.mesh); });
+  phases.run("read and compare with holes", [&] { check_whole_mesh(folder.path(), board); });
+  StoredMesh stored{directory + "/" + kMeshFile, fs::file_size(file)};
+  folder.commit(kMeshFile, kMeshFile);
+  write_origin(stored.path, origin);
   return stored;
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <stdexcept>
@@ -11,7 +10,10 @@
 
 #include "facade/DBZydata.h"
 #include "tools/corvane/layout/DatabaseRoundTrip.h"
+#include "tools/corvane/layout/LayoutCheck.h"
+#include "tools/corvane/layout/Origin.h"
 #include "tools/mesher/MeshStore.h"
+#include "tools/mesher/RingRegions.h"
 #include "tools/mesher/Straightener.h"
 
 namespace CorvaneMesher {
@@ -20,6 +22,10 @@ namespace {
 namespace fs = std::filesystem;
 using CorvaneTool::Layout;
 using Mesh2DPlat::DBZydata;
+
+// Where parts of the work begin.
+constexpr int kPercentCopper = 5, kPercentLayers = 8, kPercentBuild = 75, kPercentStore = 80;
+constexpr int kPhasesOfLayer = 4, kPhasesOfStore = 4;
 
 constexpr double kEdgesAcross = 50;  // of a board whose settings say nothing
 constexpr double kLeastRatio = 10;   // of the longest edge to the smallest feature
@@ -146,6 +152,7 @@ void measure_triangles(const TriangleMesh& mesh, LayerReport& report) {
     if (triangle.label.is_fill) report.fill_mesh_area += mesh.area(triangle);
   }
   report.triangles = mesh.triangles.size();
+  report.is_refined_less = mesh.is_early;
 }
 
 void check_areas(const LayerReport& report, const Topology& topology) {
@@ -180,54 +187,37 @@ std::vector<std::pair<std::string, std::size_t>> count_elements(const Mesh2DPlat
           {"negpolymesh", mesh.negPolygons.size()}};
 }
 
-class Mesher {
- public:
-  Mesher(const MeshRequest& request, const Progress& progress) : d_request(request), d_progress(progress) {}
-
-  MeshReport run() {
-    const std::string name = database_name(d_request.directory, d_request.name);
-    d_report.database = d_request.directory + "/" + name + ".zydat";
-    const Layout layout = open(name);
-    const InPhase in_phase_here = [this](const char* phase, const auto& work) { in_phase(phase, work); };
-    BoardMesh board = mesh_layout(layout, d_request, d_report, in_phase_here);
-    const StoredMesh stored = store_mesh(d_request.directory, board, layout, in_phase_here);
-    d_report.mesh = stored.path;
-    d_report.bytes = stored.bytes;
-    d_report.elements = count_elements(board.mesh);
-    return std::move(d_report);
-  }
-
- private:
-  Layout open(const std::string& name) {
-    DBZydata database(d_request.directory);
-    in_phase("open", [&] {
-      if (!database.openem(true, name)) throw std::runtime_error(d_report.database + ": no such file");
-    });
-    Layout layout;
-    in_phase("read layout", [&] { layout = CorvaneTool::read_layout(database); });
-    return layout;
-  }
-
-  /// Phases of one name add up.
-  void in_phase(const std::string& phase, const std::function<void()>& work) {
-    using Clock = std::chrono::steady_clock;
-    d_progress(phase);
-    const Clock::time_point begin = Clock::now();
-    work();
-    const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-    const auto entry = std::find_if(d_report.seconds.begin(), d_report.seconds.end(),
-                                    [&](const auto& other) { return other.first == phase; });
-    if (entry == d_report.seconds.end()) {
-      d_report.seconds.emplace_back(phase, seconds);
-    } else {
-      entry->second += seconds;
+/// Holes have a radius; what else a layout's lengths may be, its reader has checked.
+void check_vias(const Layout& layout) {
+  for (std::size_t i = 0; i < layout.vias.size(); ++i) {
+    const double radius = layout.vias[i]->radius();
+    if (!(radius >= 0)) {
+      throw std::runtime_error("em2dvia row " + std::to_string(i) + ": r is " + text_of(radius) +
+                               ", no radius of a hole");
     }
   }
+}
 
-  const MeshRequest& d_request;
-  const Progress& d_progress;
-  MeshReport d_report;
-};
+/// With the layer and the place of what went wrong.
+LayerMesh mesh_named_layer(const LayerCopper& layer, const MeshSizes& sizes, LayerReport& report, Phases& phases) {
+  try {
+    return mesh_layer(layer, sizes, report, phases);
+  } catch (const PlaceError& error) {
+    const auto millimetres = [](std::int64_t value) { return text_of(static_cast<double>(value) / 1e6); };
+    throw std::runtime_error("layer " + layer.layer->name() + ": " + error.what() + ", near (" +
+                             millimetres(error.place().x) + ", " + millimetres(error.place().y) + ") mm");
+  }
+}
+
+Layout open_layout(const MeshRequest& request, const std::string& name, const std::string& path, Phases& phases) {
+  DBZydata database(request.directory);
+  phases.run("open", [&] {
+    if (!database.openem(true, name)) throw std::runtime_error(path + ": no such file");
+  });
+  Layout layout;
+  phases.run("read layout", [&] { layout = CorvaneTool::read_layout(database); });
+  return layout;
+}
 
 }  // namespace
 
@@ -235,9 +225,14 @@ double LayerReport::relative_difference() const {
   return std::max(relative(fill_mesh_area, fill_area), relative(mesh_area, copper_area));
 }
 
-BoardMesh mesh_layout(const Layout& layout, const MeshRequest& request, MeshReport& report, const InPhase& in_phase) {
+BoardMesh mesh_layout(const Layout& layout, const MeshRequest& request, MeshReport& report, Phases& phases) {
   Copper copper;
-  in_phase("copper", [&] { copper = collect_copper(layout, request.with_traces); });
+  phases.enter("", kPercentCopper, kPercentLayers, 1);
+  phases.run("copper", [&] {
+    CorvaneTool::check_lengths(layout);
+    check_vias(layout);
+    copper = collect_copper(layout, request.with_traces);
+  });
   if (copper.layers.empty()) throw std::runtime_error(report.database + ": no copper to mesh");
   const MeshSizes sizes = sizes_for(request, layout.config, extent_of(copper));
   report.max_edge = sizes.max_edge / 1e6;
@@ -248,36 +243,34 @@ BoardMesh mesh_layout(const Layout& layout, const MeshRequest& request, MeshRepo
   report.shapes_left_out = copper.shapes_left_out;
   report.smallest_angle = 180;
   std::vector<LayerMesh> layers;
-  for (const LayerCopper& layer : copper.layers) {
-    try {
-      layers.push_back(mesh_layer(layer, sizes, report.layers.emplace_back(), in_phase));
-    } catch (const PlaceError& error) {
-      throw std::runtime_error("layer " + layer.layer->name() + ": " + error.what() + ", near (" +
-                               text_of(static_cast<double>(error.place().x) / 1e6) + ", " +
-                               text_of(static_cast<double>(error.place().y) / 1e6) + ") mm");
-    }
+  const auto percent = [&](std::size_t done) {
+    return kPercentLayers +
+           static_cast<int>(done) * (kPercentBuild - kPercentLayers) / static_cast<int>(copper.layers.size());
+  };
+  for (std::size_t i = 0; i < copper.layers.size(); ++i) {
+    const std::string part = "layer " + copper.layers[i].layer->name() + " (" + std::to_string(i + 1) + " of " +
+                             std::to_string(copper.layers.size()) + "): ";
+    phases.enter(part, percent(i), percent(i + 1), kPhasesOfLayer);
+    layers.push_back(mesh_named_layer(copper.layers[i], sizes, report.layers.emplace_back(), phases));
     report.smallest_angle = std::min(report.smallest_angle, smallest_angle(layers.back().triangles));
   }
   BoardMesh board;
-  in_phase("build", [&] { board = build_mesh(layout, copper, layers); });
+  phases.enter("", kPercentBuild, kPercentStore, 1);
+  phases.run("build", [&] { board = build_mesh(layout, copper, layers); });
   return board;
 }
 
-LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerReport& report, const InPhase& in_phase) {
+LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerReport& report, Phases& phases) {
   LayerMesh mesh;
   mesh.layer = copper.layer;
   report.name = copper.layer->name();
   RegionOutlines regions, outlines;
-  in_phase("find regions", [&] {
-    std::vector<Label> owners;
-    for (const Ring& ring : copper.rings) owners.push_back({ring.net, ring.is_fill});
-    regions = find_regions(cut_at_crossings(strands_of(copper.rings), 1, sizes.limits), owners);
-  });
-  in_phase("simplify", [&] { outlines = simple_outlines(regions, sizes); });
-  in_phase("triangulate", [&] {
+  phases.run("find regions", [&] { regions = regions_of_rings(copper.rings, sizes.limits); });
+  phases.run("simplify", [&] { outlines = simple_outlines(regions, sizes); });
+  phases.run("triangulate", [&] {
     if (!outlines.edges.empty()) mesh.triangles = triangulate(outlines, SizeField(outlines, sizes), sizes);
   });
-  in_phase("build", [&] { mesh.topology = find_topology(mesh.triangles); });
+  phases.run("build", [&] { mesh.topology = find_topology(mesh.triangles); });
   report.copper_area = regions.copper_area / kSquareMm;
   report.net_overlap_area = regions.overlap_area / kSquareMm;
   report.overlapping_nets = regions.overlapping_nets;
@@ -308,6 +301,22 @@ std::string database_name(const std::string& directory, const std::string& name)
   throw std::runtime_error(directory + ": several databases, choose one with --name: " + list);
 }
 
-MeshReport mesh_board(const MeshRequest& request, const Progress& progress) { return Mesher(request, progress).run(); }
+MeshReport mesh_board(const MeshRequest& request, const Progress& progress) {
+  Phases phases(progress);
+  MeshReport report;
+  const std::string name = database_name(request.directory, request.name);
+  report.database = request.directory + "/" + name + ".zydat";
+  const CorvaneTool::Origin origin{name + ".zydat", CorvaneTool::digest_of_file(report.database)};
+  phases.enter("", 0, kPercentCopper, 2);
+  const Layout layout = open_layout(request, name, report.database, phases);
+  BoardMesh board = mesh_layout(layout, request, report, phases);
+  phases.enter("", kPercentStore, 100, kPhasesOfStore);
+  const StoredMesh stored = store_mesh(request.directory, board, layout, origin, phases);
+  report.mesh = stored.path;
+  report.bytes = stored.bytes;
+  report.elements = count_elements(board.mesh);
+  report.seconds = phases.seconds();
+  return report;
+}
 
 }  // namespace CorvaneMesher

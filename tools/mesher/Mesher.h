@@ -2,13 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tools/mesher/MeshBuilder.h"
-#include "tools/mesher/MeshStore.h"
+#include "tools/mesher/Phases.h"
 #include "tools/mesher/SizeField.h"
 
 namespace CorvaneMesher {
@@ -33,6 +32,7 @@ struct LayerReport {
   std::size_t crossing_fills = 0;    // fills that cross themselves: inside is what an odd number of turns surrounds
   double net_overlap_area = 0;       // copper of several nets, given to the one with the smallest id
   std::size_t overlapping_nets = 0;  // pairs
+  bool is_refined_less = false;      // than asked for, in detail of the outlines
   std::size_t triangles = 0;
 
   double relative_difference() const;  // the larger one of both
@@ -54,21 +54,19 @@ struct MeshReport {
   std::vector<std::pair<std::string, double>> seconds;  // by phase
 };
 
-/// Is told what begins, for people who wait.
-using Progress = std::function<void(const std::string& phase)>;
-
 constexpr double kMostDifference = 1e-3;  // between areas, relative
 
 /// Meshes the layout, checks the areas, writes the mesh file, reads it back and compares it. Throws when anything
 /// fails, differs, or when areas differ by more than `kMostDifference`; the directory is then as it was.
 MeshReport mesh_board(const MeshRequest& request, const Progress& progress);
 
-/// The same without files. The report gets what is known without them.
+/// The same without files; the report gets what is known without them. Throws for lengths that no board has, with table
+/// and row, and for outlines that pass the limits, with layer and place.
 BoardMesh mesh_layout(const CorvaneTool::Layout& layout, const MeshRequest& request, MeshReport& report,
-                      const InPhase& in_phase);
+                      Phases& phases);
 
 /// The mesh of one layer's copper; the report gets the areas and counts. Throws when areas differ.
-LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerReport& report, const InPhase& in_phase);
+LayerMesh mesh_layer(const LayerCopper& copper, const MeshSizes& sizes, LayerReport& report, Phases& phases);
 
 /// The name of the only database in a directory, or `name`, which must be there. Throws std::runtime_error.
 std::string database_name(const std::string& directory, const std::string& name);

@@ -146,6 +146,7 @@ class Cutter {
       }
     }
     d_pieces.swap(kept);
+    if (d_pieces.size() > d_limits.edges) too_many_edges(d_pieces.back().start);
     d_edges.clear();
     for (std::size_t i = 0; i < d_pieces.size(); ++i) {
       const Piece& piece = d_pieces[i];
@@ -181,9 +182,11 @@ class Cutter {
   void check_cuts() {
     if (d_cuts.size() < 2 * d_limits.edges) return;
     drop_doubled_cuts();
-    if (d_cuts.size() + d_edges.size() > d_limits.edges)
-      throw PlaceError("outlines cross more than " + std::to_string(d_limits.edges) + " times",
-                       at(d_cuts.back().point));
+    if (d_cuts.size() + d_edges.size() > d_limits.edges) too_many_edges(d_cuts.back().point);
+  }
+
+  [[noreturn]] void too_many_edges(int point) const {
+    throw PlaceError("outlines that cross make more than " + std::to_string(d_limits.edges) + " edges", at(point));
   }
 
   CellGrid grid_of_edges() const {
@@ -288,7 +291,7 @@ class Cutter {
 
 }  // namespace
 
-std::vector<Strand> strands_of(const std::vector<Ring>& rings) {
+std::vector<Strand> strands_of(std::span<const Ring> rings) {
   std::vector<Strand> strands;
   for (std::size_t i = 0; i < rings.size(); ++i) {
     const Outline& corners = rings[i].corners;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "tools/mesher/Copper.h"
@@ -29,7 +30,8 @@ struct PlanarGraph {
   std::vector<int> owners;  // whose walks run along an edge an odd number of times
 };
 
-std::vector<Strand> strands_of(const std::vector<Ring>& rings);
+/// Owned by the rings' positions.
+std::vector<Strand> strands_of(std::span<const Ring> rings);
 
 /// Cuts all strands where they meet; what an owner runs there and back vanishes.
 ///

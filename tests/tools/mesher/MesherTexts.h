@@ -53,23 +53,14 @@ inline void add_via(Layout& layout, int net, double x, double y, int top, int bo
 }
 
 struct Meshed {
-  CorvaneMesher::Copper copper;
-  std::vector<CorvaneMesher::LayerMesh> layers;
-  std::vector<CorvaneMesher::LayerReport> reports;
   CorvaneMesher::BoardMesh board;
+  CorvaneMesher::MeshReport report;
 };
 
-constexpr CorvaneMesher::MeshSizes kSizes = {1e6, 5e4, 20};
-
-inline Meshed mesh(const Layout& layout) {
+inline Meshed mesh(const Layout& layout, const CorvaneMesher::MeshLimits& limits = {}) {
   Meshed result;
-  result.copper = CorvaneMesher::collect_copper(layout, true);
-  for (const CorvaneMesher::LayerCopper& layer : result.copper.layers) {
-    result.reports.emplace_back();
-    result.layers.push_back(CorvaneMesher::mesh_layer(layer, kSizes, result.reports.back(),
-                                                      [](const char*, const std::function<void()>& work) { work(); }));
-  }
-  result.board = CorvaneMesher::build_mesh(layout, result.copper, result.layers);
+  CorvaneMesher::Phases phases;
+  result.board = CorvaneMesher::mesh_layout(layout, {.limits = limits}, result.report, phases);
   return result;
 }
 

@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:?usage: scripts/fuzz.sh SECONDS_PER_TARGET [PRESET [TARGET...]]}
 preset=${2:-fuzz}
 targets=("${@:3}")
-[ ${#targets[@]} -gt 0 ] || targets=(load schema frames structure mesher)
+[ ${#targets[@]} -gt 0 ] || targets=(load schema frames structure render info mesher)
 
 scripts/setup.sh --ci
 cmake --preset "$preset"

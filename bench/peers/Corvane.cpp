@@ -75,7 +75,7 @@ Peer corvane_peer() {
 }
 
 Peer corvane_on_small_pages_peer() {
-  return {"Corvane without huge pages", CORVANE_VERSION, "the same where the system grants none",
+  return {"Corvane without huge pages", CORVANE_VERSION, "the same in a process that gets none",
           make_system<CorvaneOnSmallPages>};
 }
 

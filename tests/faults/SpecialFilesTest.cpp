@@ -21,6 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace TestSupport;
+using TestSupport::read_file;
 
 class SpecialFiles : public testing::Test {
  protected:

@@ -150,7 +150,11 @@ TEST_F(MappedStorage, MoreThanFourGibibytesAreRefusedBeforeTheFileIsTouched) {
   EXPECT_EQ(read_file("a"), "keep");
   const auto array = mapped<int>(3);
   MMapVector<int>& vector = *array->vector();
-  const std::vector<std::pair<std::function<void()>, const char*>> cases = {
+  struct Case {
+    std::function<void()> grow;
+    std::string bytes;
+  };
+  const std::vector<Case> cases = {
       {[&] { vector.reserve(kMany); }, "4294967296"},
       {[&] { vector.reserve(kHuge); }, "18446744073709551615"},
       {[&] { array->resize(kMany); }, "4294967296"},
@@ -159,10 +163,9 @@ TEST_F(MappedStorage, MoreThanFourGibibytesAreRefusedBeforeTheFileIsTouched) {
       {[&] { array->resize(kHuge); }, "18446744073709551615"},
       {[&] { array->append_strided(&vector, 4, kMany); }, "4294967308"},
   };
-  for (const auto& [grow, bytes] : cases) {
-    EXPECT_ERROR(grow(),
-                 "failed to resize mmap file \"a\" to requested size (" + std::string(bytes) + ")\n    File too large");
-  }
+  for (const Case& test : cases)
+    EXPECT_ERROR(test.grow(),
+                 "failed to resize mmap file \"a\" to requested size (" + test.bytes + ")\n    File too large");
   EXPECT_EQ(content<int>(array), elements<int>(0, 3));
   EXPECT_EQ(std::filesystem::file_size("a"), page());
 }

@@ -216,23 +216,12 @@ TEST(DamagedKinds, AreDocumentedErrorsOrOtherTrees) {
     TestSupport::MemoryPlatform::instance().files[name] =
         TestSupport::read_file(CORVANE_TEST_DATA "/" + std::string(name));
   int loaded = 0;
-  const auto use = [&](const std::string& bytes) {
+  const auto use = [&](const std::string& bytes, bool) {
     if (!TestSupport::has_sound_node_table(bytes)) return;
     file("damaged") = bytes;
     loaded += TestSupport::use_tree(std::string(kMemory) + "/damaged.zydat") ? 1 : 0;
   };
-  for (const std::string& good : {golden("kinds"), golden("structures")}) {
-    for (std::size_t i = 0; i < good.size(); ++i) {
-      use(good.substr(0, i));
-      const int flips[] = {0x01, 0x80, 0xff};
-      for (std::size_t k = 0; k < std::size(flips); ++k) {
-        if (!is_tried(i, k)) continue;
-        std::string bytes = good;
-        bytes[i] = static_cast<char>(bytes[i] ^ flips[k]);
-        use(bytes);
-      }
-    }
-  }
+  for (const char* name : {"kinds", "structures"}) TestSupport::sweep_damage(golden(name), use);
   EXPECT_GT(loaded, 1000);
 }
 

@@ -27,7 +27,6 @@ using TestSupport::InFolder;
 using TestSupport::load_tree;
 using TestSupport::read_file;
 using TestSupport::save_tree;
-using TestSupport::write_file;
 
 const std::vector<std::string> kFiles = {"kinds.mapped", "kinds.defaults", "kinds.offsets", "kinds.values",
                                          "kinds.column"};
@@ -169,37 +168,28 @@ std::shared_ptr<DataObj> make_kinds() {
 
 class GoldenKinds : public InFolder {};
 
-TEST_F(GoldenKinds, AreWhatIsSaved) {
-  for (int run = 0; run < 2; ++run) {  // the second time the files are there
-    save_tree("kinds.zydat", make_kinds());
-    EXPECT_TRUE(read_file("kinds.zydat") == golden("kinds.zydat"));
-    for (const std::string& name : kFiles) EXPECT_EQ(read_file(name), golden(name)) << name;
-  }
-}
-
-TEST_F(GoldenKinds, HoldWhatWasMade) {
-  const std::string text = printed(*make_kinds());
-  for (const std::string& name : kFiles) write_file(name, golden(name));
-  write_file("kinds.zydat", golden("kinds.zydat"));
-  const auto loaded = load_tree("kinds.zydat");
+/// The tree that the golden file holds, which is what `made` is saved as, and is saved as that file again.
+std::shared_ptr<DataObj> expect_golden(const std::string& file, const std::shared_ptr<DataObj>& made) {
+  save_tree(file, made);
+  EXPECT_TRUE(read_file(file) == golden(file));
+  const std::string text = printed(*made);
+  const auto loaded = load_tree(file);
   EXPECT_EQ(printed(*loaded), text);
   save_tree("again", loaded);
-  EXPECT_TRUE(read_file("again") == golden("kinds.zydat"));
-  EXPECT_EQ(loaded->get<Dict<double>>("dictionary")->get(std::string("pin")), 1.5);
-  EXPECT_EQ(loaded->get<SearchableStringArray>("searchable")->find("y"), 1);
-  EXPECT_EQ(loaded->get<SparseArray<float>>("thin")->value_at(3), 1.5F);
-  EXPECT_EQ(loaded->get<SparseArray<bool>>("faint")->value_at(14), true);
+  EXPECT_TRUE(read_file("again") == golden(file));
+  return loaded;
 }
 
-TEST_F(GoldenKinds, OfStructuresAreWhatIsSavedAndHoldWhatWasMade) {
-  const auto made = make_structures();
-  save_tree("structures.zydat", made);
-  EXPECT_TRUE(read_file("structures.zydat") == golden("structures.zydat"));
-  const auto loaded = load_tree("structures.zydat");
-  EXPECT_EQ(printed(*loaded), printed(*made));
-  EXPECT_EQ(loaded->get<Array<Point>>("objects")->at(1)->id, 3);
-  save_tree("again", loaded);
-  EXPECT_TRUE(read_file("again") == golden("structures.zydat"));
+TEST_F(GoldenKinds, AreWhatIsSavedAndHoldWhatWasMade) {
+  for (int run = 0; run < 2; ++run) {  // the second time the files are there
+    const auto loaded = expect_golden("kinds.zydat", make_kinds());
+    for (const std::string& name : kFiles) EXPECT_EQ(read_file(name), golden(name)) << name;
+    EXPECT_EQ(loaded->get<Dict<double>>("dictionary")->get(std::string("pin")), 1.5);
+    EXPECT_EQ(loaded->get<SearchableStringArray>("searchable")->find("y"), 1);
+    EXPECT_EQ(loaded->get<SparseArray<float>>("thin")->value_at(3), 1.5F);
+    EXPECT_EQ(loaded->get<SparseArray<bool>>("faint")->value_at(14), true);
+  }
+  EXPECT_EQ(expect_golden("structures.zydat", make_structures())->get<Array<Point>>("objects")->at(1)->id, 3);
 }
 
 // --- every kind of every element type ---

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <streambuf>
@@ -42,6 +43,21 @@ inline bool has_sound_node_table(const std::string& bytes) {
 /// True when the damage of this number is to be tried at this place: under the sanitizers, which take their time, every
 /// third one, turned from place to place.
 inline bool is_tried(std::size_t place, std::size_t damage) { return !kAddressSanitizer || (place + damage) % 3 == 0; }
+
+/// Calls `use` with every cut of a file, and with every byte changed in three ways, until a test fails.
+template <class Use>
+void sweep_damage(const std::string& good, Use use) {
+  for (std::size_t at = 0; at < good.size(); ++at) {
+    use(good.substr(0, at), true);
+    const int masks[] = {0x01, 0x80, 0xff};
+    for (std::size_t k = 0; k < std::size(masks); ++k) {
+      std::string bytes = good;
+      bytes[at] = static_cast<char>(bytes[at] ^ masks[k]);
+      if (is_tried(at, k)) use(bytes, false);
+    }
+    if (testing::Test::HasFailure()) FAIL() << "byte " << at;
+  }
+}
 
 /// Takes what is printed while it lives.
 class NoOutput {

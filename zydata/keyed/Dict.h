@@ -54,8 +54,8 @@ class CORVANE_API DictKeys {
   // share a key, the keys together are no longer than the store.
   bool ends_with_zero() const { return texts.empty() || texts.back() == '\0'; }
   bool starts_text(std::int32_t position) const {
-    const auto at = static_cast<std::uint64_t>(position);
-    return position == 0 ? !texts.empty() : position > 0 && at < texts.size() && texts[at - 1] == '\0';
+    const auto at = static_cast<std::uint64_t>(position);  // a negative one becomes a huge one
+    return at < texts.size() && (at == 0 || texts[at - 1] == '\0');
   }
 
   CpuVector<char> texts;

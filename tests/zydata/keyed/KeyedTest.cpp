@@ -110,6 +110,9 @@ TEST(Dict, EntriesKeepTheOrderOfInsertionAndFreePlacesStayFree) {
   EXPECT_EQ(dict->value_at(4), 3.5);
   for (const int outside : {-1, 5, INT32_MIN, INT32_MAX})
     EXPECT_ERROR(dict->get(outside), "dictionary index out of bounds");
+  dict->remove("x"), dict->remove("a/b");
+  dict->set("new", 4.5);  // most places are free, but the table is not full
+  EXPECT_EQ(dict->value_at(5), 4.5);
 }
 
 TEST(Dict, RefusesAbsentKeysByNameAndEndsKeysAtTheirFirstZeroByte) {
@@ -288,6 +291,17 @@ TEST(KeyedFiles, KeysFollowOneAnother) {
     std::memcpy(shared[4].data() + 12 * entry, &position, sizeof position);
     EXPECT_ERROR(loaded(shared), "the stored table of dictionary \"d\" contradicts itself");
   }
+}
+
+TEST(KeyedFiles, AKeyBeginsWhereAnotherEnds) {
+  const auto hash = [](const char* text) { return Util::text_hash(text, UINT64_MAX); };
+  int key = 10;  // its end belongs into the same chain
+  while (hash(std::to_string(key).c_str()) % 8 != hash(std::to_string(key).c_str() + 1) % 8) ++key;
+  const auto dict = make_dict<int>();
+  dict->set(std::to_string(key), 1);
+  auto frames = stored(dict);
+  frames[4][0] = 1;
+  EXPECT_ERROR(loaded(frames), "the stored table of dictionary \"d\" contradicts itself");
 }
 
 TEST(KeyedFiles, ChainsOfAnyOrderAreTakenButNoKeyTwice) {

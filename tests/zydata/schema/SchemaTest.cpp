@@ -233,6 +233,11 @@ TEST(SchemaLimits, OnNodesAreKeptWhereFieldsAreAdded) {
   EXPECT_NO_THROW(widest->add_field(record_of_nodes(19999)));
   EXPECT_ERROR(SchemaTableReader(std::string(20001 * kNodeSize, '\0'), "", ""), refusal);
 
+  const auto late = make_record_schema("late"), below = make_record_schema("below");
+  late->add_field(below);
+  for (int i = 1; i < 20000; ++i) below->add_field(make_schema<int>("f", 0));
+  EXPECT_ERROR(late->flattened(), refusal);
+
   const auto root = make_record("root");  // an object counts the fields of all that it belongs to
   const auto part = make_record("part");
   root->add_field("part", part);

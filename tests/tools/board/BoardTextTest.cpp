@@ -2,8 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <ostream>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/tools/board/BoardTexts.h"
@@ -67,59 +68,47 @@ TEST(BoardText, NestingHasALimit) {
   EXPECT_EQ(board_error(nested(Tree::kDeepest)), "b.kicad_pcb:1:267: lists nested deeper than 256");
 }
 
-struct WrongText {
-  std::string text;
-  std::string message;  // after the file's name
-};
-
-void PrintTo(const WrongText& wrong, std::ostream* stream) { *stream << wrong.message; }
-
-class WrongBoard : public testing::TestWithParam<WrongText> {};
-
-TEST_P(WrongBoard, IsReportedWithItsPlace) {
-  EXPECT_EQ(board_error(GetParam().text), "b.kicad_pcb:" + GetParam().message);
-}
-
 const std::string kHead = "(kicad_pcb (version 20241229) (layers (0 F.Cu signal) (2 B.Cu signal)) (net 0 \"\")\n";
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, WrongBoard,
-    testing::Values(
-        WrongText{"", "1:1: not a board: the file is empty"}, WrongText{" \r\n", "2:1: not a board: the file is empty"},
-        WrongText{"PK\x03\x04", "1:1: not a board: it does not begin with \"(kicad_pcb\""},
-        WrongText{"\n(kicad_sch (version 1))", "2:1: not a board: it does not begin with \"(kicad_pcb\""},
-        WrongText{"(kicad_pcbx)", "1:1: not a board: it does not begin with \"(kicad_pcb\""},
-        WrongText{kHead + " (segment (start 1", "2:19: the file ends inside the list \"(start\" that begins at 2:11"},
-        WrongText{kHead + " (gr_text \"oh", "2:11: the file ends inside this quoted text"},
-        WrongText{kHead + " \"oh\\", "2:2: the file ends inside this quoted text"},
-        WrongText{kHead + " (data |oh", "2:8: the file ends inside this embedded data"},
-        WrongText{kHead + ")\n)", "3:1: text after the end of the board"},
-        WrongText{kHead + ")\n  x", "3:3: text after the end of the board"},
-        WrongText{kHead + ") (kicad_pcb)", "2:3: text after the end of the board"},
-        WrongText{"(kicad_pcb)", "1:1: the board has no version"},
-        WrongText{"(kicad_pcb (version new))", "1:21: \"new\" is not a whole number"},
-        WrongText{"(kicad_pcb (version 4))", "1:1: the board has no list of layers"},
-        WrongText{"(kicad_pcb (version 20241229) (layers (5 F.SilkS user)))", "1:31: the board has no copper layer"},
-        WrongText{"(kicad_pcb (version 20241229) (layers (0 F.Cu) (1 F.Cu)))",
-                  "1:31: layer \"F.Cu\" stands twice in the list of layers"},
-        WrongText{"(kicad_pcb (version 20241229) (layers (F.Cu signal)))", "1:39: a layer needs a number and a name"},
-        WrongText{kHead + "(net 0 again))", "2:1: net 0 is declared twice"},
-        WrongText{kHead + "(segment (start 0 0) (end 1 1) (layer \"Foo.Cu\")))",
-                  "2:39: segment on unknown layer \"Foo.Cu\""},
-        WrongText{kHead + "(arc (start 0 0) (end 1 1) (layers In1.Cu)))", "2:36: arc on unknown layer \"In1.Cu\""},
-        WrongText{kHead + "(via (at 0 0) (layers F.Cu Bottom)))", "2:28: via on unknown layer \"Bottom\""},
-        WrongText{kHead + "(footprint x (at 0 0) (pad 1 smd rect (at 0 0) (layers Q.Cu))))",
-                  "2:56: unknown layer \"Q.Cu\""},
-        WrongText{kHead + "(zone (layer Plane)))", "2:14: unknown layer \"Plane\""},
-        WrongText{kHead + "(segment (start 0 0) (end 1 1) (layer F.Cu) (net 7)))", "2:1: segment on undeclared net 7"},
-        WrongText{kHead + "(zone (net 7 \"A\") (layer F.Cu)))", "2:1: zone on undeclared net 7"},
-        WrongText{kHead + "(via (at 0 0) (net GND)))", "2:20: \"GND\" is not a whole number"},
-        WrongText{kHead + "(segment (end 1 1) (layer F.Cu)))", "2:1: segment without \"start\""},
-        WrongText{kHead + "(arc (start 1 1) (end 1 2) (layer F.Cu)))", "2:1: arc without \"mid\""},
-        WrongText{kHead + "(segment (start 1) (end 1 1) (layer F.Cu)))", "2:10: \"start\" has too few values"},
-        WrongText{kHead + "(via (at 1 1mm)))", "2:12: \"1mm\" is not a length"},
-        WrongText{kHead + "(footprint x (at 1 1 up)))", "2:22: \"up\" is not a number"},
-        WrongText{kHead + "(footprint x (at 1 1) (pad 1 smd)))", "2:23: a pad needs a number, a kind and a shape"}));
+TEST(BoardText, WhatIsWrongIsReportedWithItsPlace) {
+  const std::vector<std::pair<std::string, std::string>> table = {
+
+      {"", "1:1: not a board: the file is empty"},
+      {" \r\n", "2:1: not a board: the file is empty"},
+      {"PK\x03\x04", "1:1: not a board: it does not begin with \"(kicad_pcb\""},
+      {"\n(kicad_sch (version 1))", "2:1: not a board: it does not begin with \"(kicad_pcb\""},
+      {"(kicad_pcbx)", "1:1: not a board: it does not begin with \"(kicad_pcb\""},
+      {kHead + " (segment (start 1", "2:19: the file ends inside the list \"(start\" that begins at 2:11"},
+      {kHead + " (gr_text \"oh", "2:11: the file ends inside this quoted text"},
+      {kHead + " \"oh\\", "2:2: the file ends inside this quoted text"},
+      {kHead + " (data |oh", "2:8: the file ends inside this embedded data"},
+      {kHead + ")\n)", "3:1: text after the end of the board"},
+      {kHead + ")\n  x", "3:3: text after the end of the board"},
+      {kHead + ") (kicad_pcb)", "2:3: text after the end of the board"},
+      {"(kicad_pcb)", "1:1: the board has no version"},
+      {"(kicad_pcb (version new))", "1:21: \"new\" is not a whole number"},
+      {"(kicad_pcb (version 4))", "1:1: the board has no list of layers"},
+      {"(kicad_pcb (version 20241229) (layers (5 F.SilkS user)))", "1:31: the board has no copper layer"},
+      {"(kicad_pcb (version 20241229) (layers (0 F.Cu) (1 F.Cu)))",
+       "1:31: layer \"F.Cu\" stands twice in the list of layers"},
+      {"(kicad_pcb (version 20241229) (layers (F.Cu signal)))", "1:39: a layer needs a number and a name"},
+      {kHead + "(net 0 again))", "2:1: net 0 is declared twice"},
+      {kHead + "(segment (start 0 0) (end 1 1) (layer \"Foo.Cu\")))", "2:39: segment on unknown layer \"Foo.Cu\""},
+      {kHead + "(arc (start 0 0) (end 1 1) (layers In1.Cu)))", "2:36: arc on unknown layer \"In1.Cu\""},
+      {kHead + "(via (at 0 0) (layers F.Cu Bottom)))", "2:28: via on unknown layer \"Bottom\""},
+      {kHead + "(footprint x (at 0 0) (pad 1 smd rect (at 0 0) (layers Q.Cu))))", "2:56: unknown layer \"Q.Cu\""},
+      {kHead + "(zone (layer Plane)))", "2:14: unknown layer \"Plane\""},
+      {kHead + "(segment (start 0 0) (end 1 1) (layer F.Cu) (net 7)))", "2:1: segment on undeclared net 7"},
+      {kHead + "(zone (net 7 \"A\") (layer F.Cu)))", "2:1: zone on undeclared net 7"},
+      {kHead + "(via (at 0 0) (net GND)))", "2:20: \"GND\" is not a whole number"},
+      {kHead + "(segment (end 1 1) (layer F.Cu)))", "2:1: segment without \"start\""},
+      {kHead + "(arc (start 1 1) (end 1 2) (layer F.Cu)))", "2:1: arc without \"mid\""},
+      {kHead + "(segment (start 1) (end 1 1) (layer F.Cu)))", "2:10: \"start\" has too few values"},
+      {kHead + "(via (at 1 1mm)))", "2:12: \"1mm\" is not a length"},
+      {kHead + "(footprint x (at 1 1 up)))", "2:22: \"up\" is not a number"},
+      {kHead + "(footprint x (at 1 1) (pad 1 smd)))", "2:23: a pad needs a number, a kind and a shape"}};
+  for (const auto& [text, message] : table) EXPECT_EQ(board_error(text), "b.kicad_pcb:" + message);
+}
 
 TEST(BoardText, EveryCutIsAnError) {
   const std::string text =
@@ -152,32 +141,15 @@ TEST(BoardText, AFileThatCannotBeReadIsNamed) {
 }
 
 TEST(BoardNumbers, LengthsAreExactToTheNanometre) {
-  const std::vector<std::pair<const char*, std::optional<std::int64_t>>> table = {
-      {"0", 0},
-      {"-0", 0},
-      {"1", 1'000'000},
-      {"-1.5", -1'500'000},
-      {"123.456789", 123'456'789},
-      {"0.000001", 1},
-      {".5", 500'000},
-      {"2.", 2'000'000},
-      {"0.1234565", 123'457},
-      {"-0.0000005", -1},
-      {"1e-05", 10},
-      {"1.5E1", 15'000'000},
-      {"999999999.999999", 999'999'999'999'999},
-      {"1000000001", {}},
-      {"1e300", {}},
-      {"nan", {}},
-      {"inf", {}},
-      {"", {}},
-      {"-", {}},
-      {".", {}},
-      {"1.2.3", {}},
-      {"0x10", {}},
-      {"1 ", {}},
-      {"--1", {}}};
-  for (const auto& [text, value] : table) EXPECT_EQ(parse_nanometres(text), value) << text;
+  std::istringstream table(
+      "0=0 -0=0 1=1000000 -1.5=-1500000 123.456789=123456789 0.000001=1 .5=500000 2.=2000000 0.1234565=123457 "
+      "-0.0000005=-1 1e-05=10 1.5E1=15000000 999999999.999999=999999999999999");
+  for (std::string entry; table >> entry;) {
+    const std::size_t equals = entry.find('=');
+    EXPECT_EQ(parse_nanometres(entry.substr(0, equals)), std::stoll(entry.substr(equals + 1))) << entry;
+  }
+  for (const char* text : {"1000000001", "1e300", "nan", "inf", "", "-", ".", "1.2.3", "0x10", "1 ", "--1"})
+    EXPECT_EQ(parse_nanometres(text), std::nullopt) << text;
 }
 
 }  // namespace

@@ -6,8 +6,10 @@
 #include <cmath>
 #include <limits>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -23,103 +25,123 @@ namespace {
 
 constexpr int kVersion = 20241229;
 
-std::string vertex_text(const EM2DVertex& vertex) {
-  const auto name = [](const EM2DLayer* layer) { return layer ? layer->name() : std::string("-"); };
-  return vertex.name() + " " + name(vertex.layer()) + "/" + name(vertex.upLayer()) + "/" + name(vertex.lowLayer()) +
-         " type " + std::to_string(vertex.type()) + " options " + std::to_string(vertex.options());
-}
-
-TEST(LayoutBuilder, OneVertexPerNetLayerAndPosition) {
-  const Layout layout = layout_of(two_layer_board(kVersion,
-                                                  R"((segment (start 0 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 1))
-    (segment (start 1 0) (end 2 0) (width 0.3) (layer "F.Cu") (net 1))
-    (segment (start 1 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 2))
-    (via (at 2 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net 1))
-    (footprint "x" (property "Reference" "J1") (at 0 0) (pad "A" smd rect (at 0 0) (size 1 1) (layers "F.Cu") (net 1))
-    (pad "B" thru_hole circle (at 2 0) (size 1 1) (drill 0.5) (layers "*.Cu") (net 1))))"));
-  std::vector<std::string> texts;
-  for (const EM2DVertex* vertex : layout.vertices) texts.push_back(vertex_text(*vertex));
-  EXPECT_EQ(texts, (std::vector<std::string>{"J1.A F.Cu/-/B.Cu type 2 options 5", "N1 F.Cu/-/B.Cu type 0 options 1",
-                                             "J1.B F.Cu/-/B.Cu type 2 options 7", "N3 F.Cu/-/B.Cu type 0 options 1",
-                                             "J1.B B.Cu/F.Cu/- type 2 options 6"}));
-  ASSERT_EQ(layout.traces.size(), 3u);
-  EXPECT_EQ(layout.traces[1]->name(), "T2 w300000");
-  EXPECT_EQ(layout.traces[1]->option(), 300'000);
-  EXPECT_EQ(layout.traces[1]->startVertex()->id(), 1);
-  EXPECT_EQ(layout.traces[2]->startVertex(), layout.traces[2]->endVertex()) << "zero length";
-  ASSERT_EQ(layout.vias.size(), 2u);
-  EXPECT_EQ(layout.vias[1]->radius(), 0.25);
-  EXPECT_EQ(layout.vias[0]->startVertex()->id(), 2);
-  EXPECT_EQ(layout.vias[0]->endVertex()->id(), 4);
-  ASSERT_EQ(layout.circuits.size(), 1u);
-  EXPECT_EQ(layout.circuits[0]->pins()[1].second->id(), 2) << "the upper end of a plated hole";
-}
-
-TEST(LayoutBuilder, AnArcIsTwoTraces) {
-  const Layout layout =
-      layout_of(two_layer_board(kVersion, "(arc (start 0 0) (mid 1 1) (end 2 0) (width 0.2) (layer F.Cu) (net 1))"));
-  ASSERT_EQ(layout.traces.size(), 2u);
-  EXPECT_EQ(layout.traces[0]->endVertex(), layout.traces[1]->startVertex());
-  EXPECT_EQ(layout.traces[1]->startVertex()->y(), 1);
-}
-
-TEST(LayoutBuilder, SignalsAndNetTypesTellOfFills) {
-  const Layout layout = layout_of(two_layer_board(
-      kVersion,
-      "(segment (start 0 0) (end 1 0) (layer B.Cu) (net 2)) (segment (start 0 0) (end 1 0) (layer F.Cu))"
-      "(zone (net 1) (layer B.Cu) (filled_polygon (island) (pts (xy 0 0) (xy 0.5 0) (xy 0 1))))"));
-  ASSERT_EQ(layout.signals.size(), 2u);
-  EXPECT_EQ(layout.signals[0]->patchLayer(), nullptr);
-  EXPECT_EQ(layout.signals[1]->patchLayer(), layout.layers[1]);
-  EXPECT_EQ(layout.signals[1]->z(), 0.0175);
-  EXPECT_EQ(static_cast<int>(layout.nets[0]->type()), 0);
-  EXPECT_EQ(static_cast<int>(layout.nets[1]->type()), 2);
-  EXPECT_EQ(static_cast<int>(layout.nets[2]->type()), 1);
-  ASSERT_EQ(layout.shapes.size(), 1u);
-  EXPECT_EQ(layout.shapes[0]->option(), 1);
-  EXPECT_EQ(layout.shapes[0]->coordinates(), (std::vector<double>{0, 0, 0.5, 0, 0, 1}));
-}
-
-TEST(LayoutBuilder, CentreLineFillsCarryTheirPen) {
-  const Layout layout = layout_of(two_layer_board(
-      20171130, "(zone (layer F.Cu) (min_thickness 0.25) (filled_polygon (pts (xy 0 0) (xy 1 0) (xy 0 1))))"));
-  EXPECT_EQ(layout.shapes[0]->name(), "F1 w250000");
-  EXPECT_EQ(layout.shapes[0]->option(), 2);
-}
-
-Layout pad_layout(const std::string& pad, SkippedItems* skipped = nullptr) {
-  SkippedItems ignored;
-  const Board board =
-      two_layer_board(kVersion, "(footprint x (property Reference U1) (at 10 10) (layer B.Cu) " + pad + ")");
-  return build_layout(board, "case", skipped ? *skipped : ignored);
-}
-
-TEST(LayoutBuilder, PadsBecomeShapesOnEveryCopperLayer) {
-  const auto points = [](const std::string& shape, const std::string& rest = "") {
-    const Layout layout = pad_layout("(pad 1 smd " + shape + " (at 0 0) (size 2 1) (layers F.Cu)" + rest + ")");
-    return layout.shapes.size() == 1 ? layout.shapes[0]->coordinates().size() / 2 : 0;
+/// All objects, in the order of their tables: references by id, long outlines by their number of points.
+std::string told(const Layout& layout) {
+  std::ostringstream text;
+  const auto name = [](const EM2DLayer* layer) { return layer ? layer->name().substr(0, 1) : "-"; };
+  const auto outline = [&](const std::vector<double>& values) {
+    if (values.size() > 8) text << ' ' << values.size() / 2 << " points";
+    for (std::size_t i = 0; i < values.size() && values.size() <= 8; ++i) text << (i % 2 == 0 ? ' ' : ',') << values[i];
   };
-  EXPECT_EQ(points("circle"), 16u);
-  EXPECT_EQ(points("oval"), 18u);
-  EXPECT_EQ(points("rect"), 4u);
-  EXPECT_EQ(points("trapezoid", "(rect_delta 0 0.4)"), 4u);
-  EXPECT_EQ(points("roundrect", "(roundrect_rratio 0.1)"), 20u);
-  EXPECT_EQ(points("custom"), 16u);
-  EXPECT_EQ(points("custom", "(options (anchor rect))"), 4u);
-  EXPECT_EQ(pad_layout("(pad 1 thru_hole rect (at 0 0) (size 2 1) (drill 1) (layers *.Cu))").shapes.size(), 2u);
-  EXPECT_EQ(pad_layout("(pad 1 smd custom (at 0 0) (size 1 1) (layers F.Cu) (primitives (gr_poly (pts (xy 0 0) (xy 1 "
-                       "0) (xy 0 1)))))")
-                .shapes.size(),
-            2u);
+  const auto ends = [&](const auto& item) { text << item.startVertex()->id() << '-' << item.endVertex()->id() << ' '; };
+  for (const EM2DSignal* signal : layout.signals)
+    text << "signal " << name(signal->patchLayer()) << ' ' << signal->z() << "; ";
+  for (const EM2DVertex* vertex : layout.vertices) {
+    text << vertex->name() << ' ' << vertex->x() << ',' << vertex->y() << ' ' << name(vertex->layer()) << '/'
+         << name(vertex->upLayer()) << '/' << name(vertex->lowLayer()) << " t" << vertex->type() << " o"
+         << vertex->options() << "; ";
+  }
+  for (const EM2DTrace* trace : layout.traces) {
+    EXPECT_TRUE(trace->name().ends_with(" w" + std::to_string(trace->option()))) << trace->name();
+    ends(*trace), text << trace->name() << "; ";
+  }
+  for (const EM2DVia* via : layout.vias) ends(*via), text << via->name() << " r" << via->radius() << "; ";
+  for (const EM2DPolyVia* via : layout.poly_vias)
+    ends(*via), text << via->name(), outline(via->coordinates()), text << "; ";
+  for (const EM2DShape* shape : layout.shapes) {
+    text << shape->name() << ' ' << name(shape->layer()) << " t" << static_cast<int>(shape->type()) << " o"
+         << shape->option();
+    outline(shape->coordinates()), text << "; ";
+  }
+  for (const EM2DCircuit* circuit : layout.circuits) {
+    text << circuit->name() << " o" << circuit->option();
+    for (const auto& [pin, vertex] : circuit->pins()) text << ' ' << pin << '=' << vertex->id();
+    text << "; ";
+  }
+  return text.str();
 }
 
-TEST(LayoutBuilder, CopperFollowsOffsetAndAngle) {
-  const auto coordinates = [](const std::string& pad) { return pad_layout(pad).shapes[0]->coordinates(); };
-  using Values = std::vector<double>;
-  EXPECT_EQ(coordinates("(pad 1 smd rect (at 1 0 90) (size 2 1) (layers F.Cu) (drill (offset 0.5 0)))"),
-            (Values{11.5, 10.5, 11.5, 8.5, 10.5, 8.5, 10.5, 10.5}));
-  EXPECT_EQ(coordinates("(pad 1 smd trapezoid (at 0 0) (size 2 1) (rect_delta 0.4 0) (layers F.Cu))"),
-            (Values{9, 10.7, 11, 10.3, 11, 9.7, 9, 9.3}));
+std::string with_pads(const std::string& pads) {
+  return "(footprint x (property Reference U1) (at 10 10) (layer B.Cu) " + pads + ")";
+}
+
+std::string pad(const std::string& shape, const std::string& rest = "") {
+  return "(pad 1 smd " + shape + " (layers F.Cu) " + rest + ")";
+}
+
+TEST(LayoutBuilder, MakesObjectsOfEveryKind) {
+  // Of one pad at (10, 10) that is named U1.1.
+  const auto pad_shape = [](const std::string& outline, const std::string& at = "10,10") {
+    return "U1.1 " + at + " F/-/B t2 o4; U1.1 F t2 o0" + outline + "; U1 o1 1=0; ";
+  };
+  const std::vector<std::tuple<int, std::string, std::string>> table = {
+      {kVersion, R"((segment (start 0 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 1))
+       (segment (start 1 0) (end 2 0) (width 0.3) (layer "F.Cu") (net 1))
+       (segment (start 1 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 2))
+       (via (at 2 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net 1))
+       (footprint "x" (property "Reference" "J1") (at 0 0) (pad "A" smd rect (at 0 0) (size 1 1) (layers "F.Cu") (net 1))
+       (pad "B" thru_hole circle (at 2 0) (size 1 1) (drill 0.5) (layers "*.Cu") (net 1))))",
+       "signal - 1.5625; J1.A 0,0 F/-/B t2 o5; N1 1,0 F/-/B t0 o1; J1.B 2,0 F/-/B t2 o7; N3 1,0 F/-/B t0 o1; J1.B 2,0 "
+       "B/F/- t2 o6; 0-1 T1 w200000; 1-2 T2 w300000; 3-3 T3 w200000; 2-4 V1 r0.15; 2-4 V2 r0.25; J1.A F t2 o0 -0.5,0.5 "
+       "0.5,0.5 0.5,-0.5 -0.5,-0.5; J1.B F t2 o0 16 points; J1.B B t2 o0 16 points; J1 o0 A=0 B=2; "},
+      {kVersion, "(arc (start 0 0) (mid 1 1) (end 2 0) (width 0.2) (layer F.Cu) (net 1))",
+       "signal - 1.5625; N0 0,0 F/-/B t0 o1; N1 1,1 F/-/B t0 o1; N2 2,0 F/-/B t0 o1; 0-1 T1 w200000; 1-2 T2 w200000; "},
+      {kVersion,
+       "(segment (start 0 0) (end 1 0) (layer B.Cu) (net 2)) (segment (start 0 0) (end 1 0) (layer F.Cu))(zone (net 1) "
+       "(layer B.Cu) (filled_polygon (island) (pts (xy 0 0) (xy 0.5 0) (xy 0 1))))",
+       "signal - 1.5625; signal B 0.0175; N0 0,0 B/F/- t0 o1; N1 1,0 B/F/- t0 o1; N2 0,0 F/-/B t0 o1; N3 1,0 F/-/B t0 "
+       "o1; 0-1 T1 w0; 2-3 T2 w0; F1 B t1 o1 0,0 0.5,0 0,1; "},
+      {20171130, "(zone (layer F.Cu) (min_thickness 0.25) (filled_polygon (pts (xy 0 0) (xy 1 0) (xy 0 1))))",
+       "F1 w250000 F t1 o2 0,0 1,0 0,1; "},
+      {kVersion, with_pads(pad("circle (at 0 0) (size 2 1)")), pad_shape(" 16 points")},
+      {kVersion, with_pads(pad("oval (at 0 0) (size 2 1)")), pad_shape(" 18 points")},
+      {kVersion, with_pads(pad("roundrect (at 0 0) (size 2 1)")), pad_shape(" 20 points")},
+      {kVersion, with_pads(pad("custom (at 0 0) (size 2 1)")), pad_shape(" 16 points")},
+      {kVersion, with_pads(pad("custom (at 0 0) (size 2 1)", "(options (anchor rect))")),
+       pad_shape(" 9,10.5 11,10.5 11,9.5 9,9.5")},
+      {kVersion, with_pads(pad("rect (at 1 0 90) (size 2 1)", "(drill (offset 0.5 0))")),
+       pad_shape(" 11.5,10.5 11.5,8.5 10.5,8.5 10.5,10.5", "11,10")},
+      {kVersion, with_pads(pad("trapezoid (at 0 0) (size 2 1) (rect_delta 0.4 0)")),
+       pad_shape(" 9,10.7 11,10.3 11,9.7 9,9.3")},
+      {kVersion, with_pads("(pad 1 thru_hole rect (at 0 0) (size 2 1) (drill 1) (layers *.Cu))"),
+       "U1.1 10,10 F/-/B t2 o6; U1.1 10,10 B/F/- t2 o6; 0-1 V1 r0.5; U1.1 F t2 o0 9,10.5 11,10.5 11,9.5 9,9.5; U1.1 B "
+       "t2 o0 9,10.5 11,10.5 11,9.5 9,9.5; U1 o1 1=0; "},
+      {kVersion,
+       with_pads(pad("custom (at 0 0) (size 1 1)", "(primitives (gr_poly (pts (xy 0 0) (xy 1 0) (xy 0 1))))")),
+       "U1.1 10,10 F/-/B t2 o4; U1.1 F t2 o0 16 points; U1.1 F t2 o0 10,10 11,10 10,11; U1 o1 1=0; "},
+      {kVersion,
+       with_pads("(pad 1 thru_hole oval (at 0 0 90) (size 2 1) (drill oval 1.6 0.6 (offset 3 3)) (layers *.Cu))(pad 2 "
+                 "thru_hole oval (at 5 0) (size 2 1) (drill oval 0.6 0.6) (layers *.Cu))"),
+       "U1.1 10,10 F/-/B t2 o6; U1.1 10,10 B/F/- t2 o6; U1.2 15,10 F/-/B t2 o6; U1.2 15,10 B/F/- t2 o6; 2-3 V2 r0.3; "
+       "0-1 V1 18 points; U1.1 F t2 o0 18 points; U1.1 B t2 o0 18 points; U1.2 F t2 o0 18 points; U1.2 B t2 o0 18 "
+       "points; U1 o1 1=0 2=2; "},
+      {kVersion,
+       with_pads("(pad 1 np_thru_hole circle (at 0 0) (size 1 1) (drill 1) (layers *.Cu))(pad 2 smd rect (at 0 0) "
+                 "(layers F.Mask)) (pad \"\" smd rect (at 0 0) (size 1 1) (layers F.Cu))(pad 3 thru_hole rect (at 0 0) "
+                 "(drill (offset 1 1)) (layers *.Cu))"),
+       "U1. 10,10 F/-/B t2 o4; U1. F t2 o0 9.5,10.5 10.5,10.5 10.5,9.5 9.5,9.5; U1.3 F t2 o0 11,11 11,11 11,11 11,11; "
+       "U1.3 B t2 o0 11,11 11,11 11,11 11,11; U1 o1 3=0; "}};
+  for (const auto& [version, items, expected] : table)
+    EXPECT_EQ(told(layout_of(two_layer_board(version, items))), expected) << items;
+}
+
+TEST(LayoutBuilder, CountsWhatIsLeftOutAndTellsNetsByTheirFills) {
+  SkippedItems skipped;
+  const Layout layout = build_layout(
+      two_layer_board(kVersion, with_pads("(pad 1 np_thru_hole circle (at 0 0) (size 1 1) (drill 1) (layers *.Cu)) "
+                                          "(pad 2 smd rect (at 0 0) (layers F.Mask))"
+                                          "(pad \"\" smd rect (at 0 0) (size 1 1) (layers F.Cu)) (pad 3 thru_hole rect "
+                                          "(at 0 0) (drill (offset 1 1)) "
+                                          "(layers *.Cu))") +
+                                    "(zone (net 1) (layer B.Cu) (filled_polygon (pts (xy 0 0) (xy 0.5 0) (xy 0 1))))"),
+      "case", skipped);
+  for (const auto& [kind, reason] : std::vector<std::pair<const char*, const char*>>{{"pad", "unplated hole"},
+                                                                                     {"pad", "without copper"},
+                                                                                     {"pin", "pad without a number"},
+                                                                                     {"pad hole", "without a size"}})
+    EXPECT_EQ(skipped.count(kind, reason), 1u) << reason;
+  for (int net = 0; net < 3; ++net)
+    EXPECT_EQ(static_cast<int>(layout.nets[net]->type()), (std::array{0, 2, 1})[static_cast<std::size_t>(net)]);
 }
 
 // Area of a flattened outline, and how far from (10, 10) it reaches in x and y.
@@ -136,56 +158,22 @@ std::array<double, 3> measures(const std::vector<double>& outline) {
 }
 
 TEST(LayoutBuilder, RoundOutlinesHaveTheirSize) {
-  const auto check = [](const std::vector<double>& outline, double area, double x, double y) {
-    const auto [real_area, real_x, real_y] = measures(outline);
-    EXPECT_NEAR(real_area, area, area * 0.03);
-    EXPECT_NEAR(real_x, x, 1e-6);
-    EXPECT_NEAR(real_y, y, 1e-6);
-  };
   const double pi = 3.14159265358979;
-  check(pad_layout("(pad 1 smd circle (at 0 0) (size 2 2) (layers F.Cu))").shapes[0]->coordinates(), pi, 1, 1);
-  check(pad_layout("(pad 1 smd oval (at 0 0) (size 3 1) (layers F.Cu))").shapes[0]->coordinates(), 2 + pi / 4, 1.5,
-        0.5);
-  check(pad_layout("(pad 1 smd oval (at 0 0) (size 1 3) (layers F.Cu))").shapes[0]->coordinates(), 2 + pi / 4, 0.5,
-        1.5);
-  check(pad_layout("(pad 1 smd roundrect (at 0 0) (size 4 2) (roundrect_rratio 0.25) (layers F.Cu))")
-            .shapes[0]
-            ->coordinates(),
-        7 + pi / 4, 2, 1);
-}
-
-TEST(LayoutBuilder, OvalHolesBecomePolygonVias) {
-  const Layout layout = pad_layout(
-      "(pad 1 thru_hole oval (at 0 0 90) (size 2 1) (drill oval 1.6 0.6 (offset 3 3)) (layers *.Cu) (net 1))"
-      "(pad 2 thru_hole oval (at 5 0) (size 2 1) (drill oval 0.6 0.6) (layers *.Cu) (net 1))");
-  ASSERT_EQ(layout.poly_vias.size(), 1u);
-  const EM2DPolyVia& slot = *layout.poly_vias[0];
-  EXPECT_EQ(slot.coordinates().size(), 36u);
-  const auto [area, x, y] = measures(slot.coordinates());
-  EXPECT_NEAR(area, 0.6 + 3.14159 * 0.09, 0.02);
-  EXPECT_NEAR(x, 0.3, 1e-6) << "centred on the pad and turned with it, whatever the offset of the copper";
-  EXPECT_NEAR(y, 0.8, 1e-6);
-  EXPECT_EQ(slot.endVertex()->layer(), layout.layers[1]);
-  ASSERT_EQ(layout.vias.size(), 1u) << "as wide as high is round";
-  EXPECT_EQ(layout.vias[0]->name(), "V2") << "one numbering for both kinds";
-}
-
-TEST(LayoutBuilder, PadsWithoutCopperHoleOrNumberAreCounted) {
-  SkippedItems skipped;
-  const Layout layout = pad_layout(
-      "(pad 1 np_thru_hole circle (at 0 0) (size 1 1) (drill 1) (layers *.Cu)) (pad 2 smd rect (at 0 0) (layers "
-      "F.Mask))"
-      "(pad \"\" smd rect (at 0 0) (size 1 1) (layers F.Cu)) (pad 3 thru_hole rect (at 0 0) (drill (offset 1 1)) "
-      "(layers *.Cu))",
-      &skipped);
-  EXPECT_EQ(skipped.count("pad", "unplated hole"), 1u);
-  EXPECT_EQ(skipped.count("pad", "without copper"), 1u);
-  EXPECT_EQ(skipped.count("pin", "pad without a number"), 1u);
-  EXPECT_EQ(skipped.count("pad hole", "without a size"), 1u);
-  EXPECT_TRUE(layout.vias.size() == 0 && layout.poly_vias.size() == 0);
-  ASSERT_EQ(layout.circuits.size(), 1u);
-  EXPECT_EQ(layout.circuits[0]->pins().size(), 1u);
-  EXPECT_EQ(layout.circuits[0]->option(), 1) << "on the bottom";
+  const std::vector<std::pair<std::string, std::array<double, 3>>> table = {
+      {pad("circle (at 0 0) (size 2 2)"), {pi, 1, 1}},
+      {pad("oval (at 0 0) (size 3 1)"), {2 + pi / 4, 1.5, 0.5}},
+      {pad("oval (at 0 0) (size 1 3)"), {2 + pi / 4, 0.5, 1.5}},
+      {pad("roundrect (at 0 0) (size 4 2) (roundrect_rratio 0.25)"), {7 + pi / 4, 2, 1}},
+      {"(pad 1 thru_hole oval (at 0 0 90) (size 2 1) (drill oval 1.6 0.6 (offset 3 3)) (layers *.Cu))",
+       {0.6 + pi * 0.09, 0.3, 0.8}}};  // a hole lies on the pad and turns with it, whatever the offset of the copper
+  for (const auto& [text, expected] : table) {
+    const Layout layout = layout_of(two_layer_board(kVersion, with_pads(text)));
+    const auto real =
+        measures(layout.poly_vias.size() > 0 ? layout.poly_vias[0]->coordinates() : layout.shapes[0]->coordinates());
+    EXPECT_NEAR(real[0], expected[0], expected[0] * 0.03) << text;
+    EXPECT_NEAR(real[1], expected[1], 1e-6) << text;
+    EXPECT_NEAR(real[2], expected[2], 1e-6) << text;
+  }
 }
 
 // --- comparison and panels ---
@@ -240,32 +228,33 @@ TEST(LayoutCompare, EqualLayoutsDoNotDiffer) {
 }
 
 TEST(LayoutCompare, EveryChangeIsNamed) {
-  const std::vector<std::string> differences = {"em2dlayer row 0: id is 1, not 0",
-                                                "em2dlayer row 0: name is \"top'\", not \"top\"",
-                                                "em2dlayer row 0: z is 1.0000000000000002, not 1",
-                                                "emnet row 1: type is 3, not 2",
-                                                "emnet row 1: name is \"GND'\", not \"GND\"",
-                                                "em2dsignal row 0: patch is missing",
-                                                "em2dvertex row 0: x is 0.10000000000000002, not 0.1",
-                                                "em2dvertex row 0: y is 2.0000000000000004, not 2",
-                                                "em2dvertex row 0: z is 1.0000000000000002, not 1",
-                                                "em2dvertex row 0: lowlayer is missing",
-                                                "em2dtrace row 0: net is 0, not 5",
-                                                "em2dtrace row 0: option is 4, not 3",
-                                                "em2dvia row 0: r is 0.25000000000000006, not 0.25",
-                                                "em2dpolyvia row 0: endver is 0, not 3",
-                                                "em2dpolyvia row 0: coord[3] is 4.000000000000001, not 4",
-                                                "em2dshape row 0: vertexs count is 4, not 6",
-                                                "em2dshape row 0: vertexs[1] is -0, not 0",
-                                                "em2dshape row 0: option is 2, not 1",
-                                                "em2dcircuit row 0: emver is 3, not 0",
-                                                "em2dcircuit row 0: pin count is 2, not 1",
-                                                "simeshconfig row 0: mesheps is 1.0000000000000003e-09, not 1e-09",
-                                                "simeshconfig row 0: casefile is \"case'\", not \"case\"",
-                                                "em2dcircuit: 2 rows, not 1"};
-  for (std::size_t i = 0; i < differences.size(); ++i) {
-    EXPECT_EQ(first_difference(sample(), sample(static_cast<int>(i) + 1)), differences[i]);
-  }
+  std::istringstream differences(R"(em2dlayer row 0: id is 1, not 0
+em2dlayer row 0: name is "top'", not "top"
+em2dlayer row 0: z is 1.0000000000000002, not 1
+emnet row 1: type is 3, not 2
+emnet row 1: name is "GND'", not "GND"
+em2dsignal row 0: patch is missing
+em2dvertex row 0: x is 0.10000000000000002, not 0.1
+em2dvertex row 0: y is 2.0000000000000004, not 2
+em2dvertex row 0: z is 1.0000000000000002, not 1
+em2dvertex row 0: lowlayer is missing
+em2dtrace row 0: net is 0, not 5
+em2dtrace row 0: option is 4, not 3
+em2dvia row 0: r is 0.25000000000000006, not 0.25
+em2dpolyvia row 0: endver is 0, not 3
+em2dpolyvia row 0: coord[3] is 4.000000000000001, not 4
+em2dshape row 0: vertexs count is 4, not 6
+em2dshape row 0: vertexs[1] is -0, not 0
+em2dshape row 0: option is 2, not 1
+em2dcircuit row 0: emver is 3, not 0
+em2dcircuit row 0: pin count is 2, not 1
+simeshconfig row 0: mesheps is 1.0000000000000003e-09, not 1e-09
+simeshconfig row 0: casefile is "case'", not "case"
+em2dcircuit: 2 rows, not 1)");
+  int change = 0;
+  for (std::string line; std::getline(differences, line);)
+    EXPECT_EQ(first_difference(sample(), sample(++change)), line);
+  EXPECT_EQ(first_difference(sample(), sample(change + 1)), std::nullopt) << "every change has its line";
 }
 
 TEST(LayoutCompare, ATraceComesBackWithItsEndVertexAsOption) {

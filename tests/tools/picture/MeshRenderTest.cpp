@@ -128,20 +128,10 @@ TEST_F(RenderMesh, NamesTheRowWhoseReferenceLeadsNowhere) {
   const std::vector<std::pair<Change, std::string>> table = {
       {[](SImesh2D& mesh) { mesh.faces[3].nodes[1] = 8; },
        "meshface row 3: column \"node\" names 8, which is not in table \"meshnode\""},
-      {[](SImesh2D& mesh) { mesh.polygons[1].nodes[0] = -1; },
-       "meshpolygon row 1: column \"node\" names -1, which is not in table \"meshnode\""},
-      {[](SImesh2D& mesh) {
-         mesh.addNegPolygon({-1, -1, 0, -1, 0, 5, "", {2147483647}, {}});
-       },
-       "negpolymesh row 0: column \"node\" names 2147483647, which is not in table \"meshnode\""},
-      {[](SImesh2D& mesh) { mesh.edges[2].startNode = -2147483647; },
-       "meshedge row 2: column \"startnode\" names -2147483647, which is not in table \"meshnode\""},
       {[](SImesh2D& mesh) { mesh.edges[2].endNode = 99; },
        "meshedge row 2: column \"endnode\" names 99, which is not in table \"meshnode\""},
       {[](SImesh2D& mesh) { mesh.edges[8].leftFace = 8; },
        "meshedge row 8: column \"leftface\" names 8, which is not in table \"meshface\""},
-      {[](SImesh2D& mesh) { mesh.edges[8].rightFace = -2; },
-       "meshedge row 8: column \"rightface\" names -2, which is not in table \"meshface\""},
       {[](SImesh2D& mesh) { mesh.faces[7].meshLayer = 1; },
        "meshface row 7: column \"meshlayer\" names 1, which is not in table \"meshlayer\""},
       {[](SImesh2D& mesh) {

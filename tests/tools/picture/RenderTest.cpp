@@ -1,6 +1,7 @@
 // Pictures of layouts, and the verb that draws them.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -162,39 +163,8 @@ TEST_F(RenderLayout, PathsStayShortEnoughForReaders) {
 }
 
 TEST_F(RenderLayout, RefusesWhatCannotBeDrawnAsCheckDoes) {
-  using Change = std::function<void(Layout&)>;
-  const double infinity = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
-  const auto shape = [](std::vector<double> ring) {
-    return [ring](Layout& layout) {
-      layout.shapes.make("S", layout.layers[0], layout.nets[0], EM2DShape::Type::Fill, 0, ring);
-    };
-  };
-  const auto vertex = [](double x, double y, double z) {
-    return [=](Layout& layout) { layout.vertices.make(9, "", x, y, z, 0, nullptr, nullptr, nullptr, 0); };
-  };
-  std::vector<std::unique_ptr<EM2DLayer>> taken;
-  const std::string far = ", no length up to a kilometre";
-  const std::vector<std::pair<Change, std::string>> table = {
-      {shape({0, 1, 2}), "em2dshape row 1: vertexs has an odd number of coordinates"},
-      {shape({0, nan}), "em2dshape row 1: vertexs[1] is nan" + far},
-      {shape({-1e9, 0}), "em2dshape row 1: vertexs[0] is -1e+09" + far},
-      {vertex(infinity, 0, 0), "em2dvertex row 3: x is inf" + far},
-      {vertex(0, nan, 0), "em2dvertex row 3: y is nan" + far},
-      {vertex(0, 0, -infinity), "em2dvertex row 3: z is -inf" + far},
-      {[](Layout& layout) { layout.layers.make(5, "high", 1e7); }, "em2dlayer row 1: z is 1e+07" + far},
-      {[&](Layout& layout) { layout.vias.make("V", layout.nets[0], layout.vertices[0], layout.vertices[0], infinity); },
-       "em2dvia row 1: r is inf" + far},
-      {[](Layout& layout) {
-         layout.poly_vias.make("V", layout.nets[0], layout.vertices[0], layout.vertices[0], EM2DPolyVia::PolyType::Slot,
-                               std::vector<double>{1});
-       },
-       "em2dpolyvia row 0: coord has an odd number of coordinates"},
-      {[&](Layout& layout) {
-         for (EM2DLayer* layer : layout.layers.handed_over()) taken.emplace_back(layer);
-         layout.layers.handed_over().clear();
-       },
-       "em2dvertex row 0: names TOP, which the file does not have"}};
-  for (const auto& [change, message] : table) {
+  const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
+  const auto expect_refusal = [&](const std::string& message, const std::function<void(Layout&)>& change) {
     Layout layout = two_nets();
     change(layout);
     const std::string file = save(layout);
@@ -202,7 +172,32 @@ TEST_F(RenderLayout, RefusesWhatCannotBeDrawnAsCheckDoes) {
     const ProgramRun check = run(folder, "check --strict " + file);
     EXPECT_EQ(check.status, 1) << message;
     EXPECT_TRUE(check.out.ends_with(", but cannot be drawn or meshed: " + message + "\n")) << check.out;
-  }
+  };
+  const auto expect_wrong_value = [&](const std::string& where, std::array<double, 3> place, double radius,
+                                      double height, const std::vector<double>& outline) {
+    expect_refusal(where, [&](Layout& layout) {
+      EM2DLayer* layer = layout.layers.make(5, "high", height);
+      EM2DVertex* vertex = layout.vertices.make(9, "", place[0], place[1], place[2], 0, layer, nullptr, nullptr, 0);
+      layout.vias.make("V", layout.nets[0], vertex, vertex, radius);
+      layout.shapes.make("S", layer, layout.nets[0], EM2DShape::Type::Fill, 0, outline);
+      layout.poly_vias.make("P", layout.nets[0], vertex, vertex, EM2DPolyVia::PolyType::Slot, outline);
+    });
+  };
+  const std::string far = ", no length up to a kilometre";
+  expect_wrong_value("em2dlayer row 1: z is 1e+07" + far, {}, 0, 1e7, {});
+  expect_wrong_value("em2dvertex row 3: x is inf" + far, {inf, 0, 0}, 0, 0, {});
+  expect_wrong_value("em2dvertex row 3: y is nan" + far, {0, nan, 0}, 0, 0, {});
+  expect_wrong_value("em2dvertex row 3: z is -inf" + far, {0, 0, -inf}, 0, 0, {});
+  expect_wrong_value("em2dvia row 1: r is inf" + far, {}, inf, 0, {});
+  expect_wrong_value("em2dpolyvia row 0: coord[1] is -1e+09" + far, {}, 0, 0, {0, -1e9});
+  expect_refusal("em2dshape row 1: vertexs has an odd number of coordinates", [](Layout& layout) {
+    layout.shapes.make("S", layout.layers[0], layout.nets[0], EM2DShape::Type::Fill, 0, std::vector<double>{1, 2, 3});
+  });
+  std::vector<std::unique_ptr<EM2DLayer>> taken;
+  expect_refusal("em2dvertex row 0: names TOP, which the file does not have", [&](Layout& layout) {
+    for (EM2DLayer* layer : layout.layers.handed_over()) taken.emplace_back(layer);
+    layout.layers.handed_over().clear();
+  });
   EXPECT_FALSE(fs::exists(folder.path("out.svg")));
   EXPECT_EQ(run(folder, "check --strict " + save(two_nets())).status, 0);
 }

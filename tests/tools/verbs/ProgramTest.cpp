@@ -16,11 +16,16 @@
 
 #include "facade/DBZydata.h"
 #include "model/SImesh2D.h"
+#include "mpsys/FileConnection.h"
 #include "tests/support/ProgramRun.h"
 #include "tools/corvane/layout/IdTable.h"
 #include "tools/corvane/layout/Origin.h"
 #include "tools/corvane/support/LineText.h"
 #include "tools/corvane/support/PendingFolder.h"
+#include "zydata/message/serialize.h"
+#include "zydata/schema/DataFactory.h"
+#include "zydata/schema/Schema.h"
+#include "zydata/schema/TypeRegistry.h"
 
 using namespace CorvaneTool;
 using namespace std::string_literals;
@@ -235,6 +240,25 @@ TEST_F(Program, WhatAKilledOneLeftIsTakenAwayByTheNext) {
 }
 
 // --- small files that ask for much ---
+
+TEST_F(Program, InfoOfLongNestedNamesIsShort) {
+  auto schema = ZyData::make_record_schema(std::string(60'000, 'n'));
+  for (int level = 0; level < 200; ++level) {
+    const auto outer = ZyData::make_record_schema(schema->name());
+    outer->add_field(schema);
+    schema = outer;
+  }
+  const std::string file = folder.path("nested.zydat");
+  MPSys::FileConnection connection(file.c_str(), MPSys::FileMode::writing);
+  ZyData::sendDataObject(connection, schema->factory()->create(schema));
+  connection.close();
+  ASSERT_LT(fs::file_size(file), 80'000u);
+  for (const char* form : {"info ", "info --json "}) {
+    const ProgramRun info = run(folder, form + file);
+    EXPECT_EQ(info.status, 0) << info.err;
+    EXPECT_LT(info.out.size(), 400'000u);
+  }
+}
 
 TEST(SmallFiles, IdsOfOneBucketAreFoundAsFastAsOthers) {
   constexpr int kCount = 30'000;

@@ -123,7 +123,8 @@ class HashBase {
     d_live = 0;
     if (buckets.size() == 0) return entries.size() == 0;
     for (std::uint64_t i = 0; i < entries.size(); ++i) d_live += is_live(i) ? 1U : 0U;
-    return leads_backwards(hash_of) || leads_everywhere(hash_of);
+    if (leads_backwards(hash_of)) return true;
+    return leads_everywhere(hash_of);
   }
 
  private:
@@ -164,7 +165,7 @@ class HashBase {
     std::uint64_t count = 0;
     for (std::uint64_t b = 0; b < buckets.size(); ++b) {
       for (std::int32_t e = buckets[b]; e != kChainEnd; e = entries[index(e)].next) {
-        if (e < 0 || !is_live(index(e)) || visited[index(e)]) return false;
+        if (!is_live(index(e)) || visited[index(e)]) return false;  // a negative one becomes a huge index
         if (bucket_of(hash_of(entries[index(e)])) != b) return false;
         visited[index(e)] = true;
         ++count;

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <sstream>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -16,8 +15,6 @@ using BoardTexts::board_of;
 using BoardTexts::two_layer_board;
 
 namespace {
-
-constexpr int k4 = 4, k5 = 20171130, k6 = 20211014, k7 = 20221018, k9 = 20241229, k10 = 20260206;
 
 /// Everything that was read, in millimetres, without what is usual: "track 0 net 1 0,0 1,0 w0.2; ".
 class Told {
@@ -78,185 +75,32 @@ class Told {
 
 std::string told(const Board& board) { return Told(board).text(); }
 
-const std::string kTriangle = "(pts (xy 0 0) (xy 1 0) (xy 0 1))";
-
 TEST(BoardReader, TakesWhatTheVersionMeans) {
-  const std::string old_footprint =
-      "(module R_0603 locked placed (layer B.Cu) (tedit 5) (at 10 20 90) (fp_text user x (at 0 0) (layer F.SilkS))"
-      "(fp_text reference R7 (at 0 0) (layer F.SilkS)) (pad 1 smd rect locked (at 1 0 90) (size 1 2) (layers B.Cu)))";
-  const std::string resistor = "R7 below pad 1 rect 10,19 turned 90 on 1 net 0";
-  const auto fill = [](const std::string& words) {
-    return "(zone (layer F.Cu) (filled_polygon " + words + kTriangle + "))";
-  };
-  const auto poly = [](const std::string& words) { return "(gr_poly " + kTriangle + words + ")"; };
-  const std::string pen = "(zone (layer F.Cu) (min_thickness 0.25) (filled_polygon " + kTriangle + "))";
-  const std::string no_pen =
-      "(zone (layer F.Cu) (min_thickness 0.25) (filled_areas_thickness no) (filled_polygon " + kTriangle + "))";
-  const auto pad = [](const std::string& words) {
-    return "(pad 1 thru_hole oval (at 0 0) (layers F.Cu) " + words + ")";
-  };
-  const std::string hole = " pad 1 oval 0,0", there = " on 0 net 0";
-  const std::vector<std::tuple<int, std::string, std::string>> table = {
-      {k9, R"((segment locked (start 1 2) (end 3.5 2) (width 0.25) (layer "B.Cu") (net 1) (tstamp 0))
-       (segment (start 1 2) (end 3 2) (width 1) (layers "F.Mask" "F.Cu") (net 1) (locked yes))
-       (arc (start 0 0) (mid 1 1) (end 2 0) (width 0.2) (layer "F.Cu") (net 2))
-       (segment (start 0 0) (end 1 1) (layer "F.SilkS")) (segment (start 0 0) (end 1 1) (layer "User.9")))",
-       "track 1 net 1 1,2 1,2 3.5,2 w0.25; track 0 net 1 1,2 1,2 3,2 w1; track 0 net 2 0,0 1,1 2,0 w0.2; "
-       "2 segment (not on copper)"},
-      // Vias take a missing drill from their net's class, and go through all layers where nothing is said.
-      {k5, R"((net_class Default "" (via_drill 0.4) (uvia_drill 0.1) (add_net SIG))
-       (net_class Wide "" (via_drill 0.8) (add_net "GND"))
-       (via (at 0 0) (layers F.Cu B.Cu) (net 1)) (via (at 0 0) (layers F.Cu B.Cu) (net 2))
-       (via micro (at 0 0) (layers F.Cu B.Cu) (net 2)) (via micro (at 0 0) (layers F.Cu B.Cu) (net 1))
-       (via blind (at 0 0) (drill 0.00001) (layers B.Cu F.Cu) (net 0)) (via (at 0 0)))",
-       "via 0 net 1 to 1 drill 0.8; via 0 net 2 to 1 drill 0.4; via 0 net 2 to 1 drill 0.1; via 0 net 1 to 1 drill "
-       "0.1; "
-       "via 1 net 0 to 0 drill 1e-05; via 0 net 0 to 1 drill 0.4"},
-      {k9, "(via (at 0 0) (layers F.Cu B.Cu))", "via 0 net 0 to 1 drill 0; 1 via drill (given nowhere, taken as 0)"},
-      {k10, R"((via (padstack (mode custom) (layer "Inner" (size 9)) (layer "B.Cu" (drill 7))) (at 1 2) (size 0.6)
-       (drill 0.3) (layers "F.Cu" "B.Cu") (backdrill (drill 5) (layers "B.Cu" "In7.Cu")) (net "A")))",
-       "via 0 net 1 to 1 drill 0.3"},
-      {k4, old_footprint, resistor},
-      {k6, old_footprint, resistor},
-      {k9, R"((footprint "R_0603" (locked yes) (pad "1" locked smd rect (at 1 0 90) (size 1 2) (layers "B.Cu"))
-       (property "Sheet" "s") (property "Reference" "R7" (at 0 0) (layer "F.SilkS")) (at 10 20 90) (layer "B.Cu")))",
-       resistor},
-      {k9, R"((footprint "x" (at 0 0 30) (pad "1" smd rect (at 2 0 30) (layers "F.Cu"))))",
-       " pad 1 rect 1.732051,-1 turned 30 on 0 net 0"},
-      {k9, R"((footprint x (at 10 20 180) (fp_poly (pts (xy 1 0) (xy 2 0)) (fill solid) (layer B.Cu))
-       (zone (net 1) (layer F.Cu) (filled_polygon (layer F.Cu) (pts (xy 1 0) (xy 2 0))))))",
-       "; fill 0 net 1 1,0; poly 1 net 0 9,20"},  // absolute in zones, relative in drawings
-      {k9,
-       "(footprint x (at 0 0)" + pad("(drill 0.8)") + pad("(drill oval 0.8 1.6 (offset 0.1 0.2))") +
-           pad("(drill oval 0.8)") + pad("(drill 0.8 (offset 0.1 0.2))") + pad("(drill (offset 0.1 0.2))") + pad("") +
-           ")",
-       hole + " 0.8,0.8" + there + hole + " 0.8,1.6 off 0.1,0.2" + there + hole + " 0.8,0.8" + there + hole +
-           " 0.8,0.8 off 0.1,0.2" + there + hole + " off 0.1,0.2" + there + hole + there},
-      {k6, R"((footprint "x" (at 0 0) (pad "1" smd custom (at 0 0) (size 1 1) (layers "F.Cu")
-       (options (clearance outline) (anchor rect))
-       (primitives (gr_poly (pts (xy 0 0) (xy 1 0) (xy 0 1)) (width 0)) (gr_line (start 0 0) (end 1 1))))
-       (pad "2" smd custom (at 0 0) (layers "F.Cu") (padstack (mode custom)) (chamfer top_left))))",
-       " pad 1 on rect 0,0 on 0 net 0 0,0 1,0 0,1 pad 2 on circle 0,0 on 0 net 0; 1 pad chamfer (corner left round); "
-       "1 pad primitive line (no polygon); 1 pad stack (outer shape taken on every layer)"},
-      // Fills belong to their own layer or the zone's.
-      {k9,
-       "(zone (net 1) (layers \"F&B.Cu\") (fill yes) (polygon " + kTriangle + ")(filled_polygon (layer B.Cu) " +
-           kTriangle + ")(filled_polygon " + kTriangle + ")(fill_segments (pts (xy 0 0))))",
-       "fill 1 net 1; fill 0 net 1; 1 zone fill segments (stand beside filled polygons); "
-       "1 zone outline (only its fill is copper)"},
-      {k9,
-       "(zone (layer F.Mask) (filled_polygon (layer F.Mask) " + kTriangle +
-           "))"
-           "(zone (layer F.Cu) (keepout (tracks allowed)) (polygon " +
-           kTriangle + "))",
-       "1 filled polygon (not on copper); 1 zone (rule area)"},
-      {k9, fill("(island)") + fill("(island yes)") + fill("island ") + fill("(island no)") + fill(""),
-       "fill 0 net 0 island; fill 0 net 0 island; fill 0 net 0 island; fill 0 net 0; fill 0 net 0"},
-      // Older fills are centre lines unless told otherwise.
-      {k5, pen, "fill 0 net 0 pen 0.25"},
-      {k6, pen + no_pen, "fill 0 net 0 pen 0.25; fill 0 net 0"},
-      {k7, pen + no_pen, "fill 0 net 0; fill 0 net 0"},
-      // Of drawings, only filled polygons on copper are copper.
-      {k9,
-       poly("(layers F.Cu F.Mask) (net 2)") + poly("(fill yes) (layer F.Cu)") + poly("(fill none) (layer F.Cu)") +
-           poly("(fill no) (layer F.Cu)") + poly("(layer F.SilkS)") +
-           "(gr_text x (at 0 0) (layer F.Cu knockout)) (gr_line (layer B.Cu)) (gr_curve (layer F.Mask)) "
-           "(dimension (layer F.Cu)) (footprint x (at 0 0) (fp_circle (layer F.Cu)) (property Value v (layer F.Cu)))",
-       "; poly 0 net 2; poly 0 net 0; 1 circle (on copper); 1 dimension (on copper); 1 line (on copper); "
-       "2 polygon (on copper, not filled); 2 text (on copper)"},
-      {k9, "(mystery (net 77))", ""}};
-  for (const auto& [version, items, expected] : table)
-    EXPECT_EQ(told(two_layer_board(version, items)), expected) << items;
+  for (const BoardTexts::Case& sample : BoardTexts::cases("reader.txt"))
+    EXPECT_EQ(told(two_layer_board(sample.version, sample.text)), sample.told) << sample.text;
 }
 
-// --- layers ---
-
-TEST(BoardLayers, CopperIsFoundAndOrderedAsTheVersionHasIt) {
-  const auto names = [](int version, const std::string& layers) {
-    std::string all;
-    const Board board = board_of("(kicad_pcb (version " + std::to_string(version) + ") (layers " + layers + "))");
-    for (const CopperLayer& layer : board.layers) all += layer.name + " ";
-    return all;
+TEST(BoardReader, TakesWholeBoards) {
+  const auto all_of = [](const Board& board) {
+    std::ostringstream text;
+    text.precision(12);
+    for (const CopperLayer& layer : board.layers) text << layer.name << ' ' << layer.height << "; ";
+    for (const NetTable::Net& net : board.nets) text << "net " << net.id << '=' << net.name << "; ";
+    const std::string all = text.str() + told(board);
+    return all.substr(0, all.find_last_not_of(' ') + 1);
   };
-  EXPECT_EQ(names(3, "(15 F.Cu signal) (2 In2.Cu signal) (0 B.Cu signal) (16 B.Adhes user)"), "F.Cu In2.Cu B.Cu ");
-  EXPECT_EQ(names(k4, "(31 Dessous signal) (0 Dessus signal) (1 GND1 power hide) (32 B.Adhes user)"),
-            "Dessus GND1 Dessous ");
-  EXPECT_EQ(names(k6, R"((0 "F.Cu" signal "top") (2 "In2.Cu" power) (1 "In1.Cu" power) (31 "B.Cu" signal))"),
-            "F.Cu In1.Cu In2.Cu B.Cu ");
-  EXPECT_EQ(names(k9, R"((0 "F.Cu" user) (22 "In10.Cu" user) (4 "In1.Cu" user) (2 "B.Cu" user) (39 "User.1" user))"),
-            "F.Cu In1.Cu In10.Cu B.Cu ");
+  for (const BoardTexts::Case& sample : BoardTexts::cases("boards.txt"))
+    EXPECT_EQ(all_of(board_of(sample.text)), sample.told) << sample.text;
   std::string layers;
-  for (int i = 1; i <= 32; ++i) layers.append("(9 In").append(std::to_string(i)).append(".Cu signal)");
-  EXPECT_NE(names(k9, layers).find("In32.Cu"), std::string::npos);
+  for (int i = 1; i <= 32; ++i) layers += "(9 In" + std::to_string(i) + ".Cu signal)";
+  EXPECT_EQ(board_of("(kicad_pcb (version 20241229) (layers " + layers + "))").layers.size(), 32u);
   EXPECT_EQ(BoardTexts::board_error("(kicad_pcb (version 20241229) (layers (0 F.Cu signal)" + layers + "))"),
             "b.kicad_pcb:1:31: the board has more than 32 copper layers");
-  EXPECT_EQ(told(board_of("(kicad_pcb (version 4) (layers (0 Dessus signal) (2 GND1 power) (31 Dessous signal))"
-                          "(segment (start 0 0) (end 1 0) (layer GND1)) (segment (start 0 0) (end 1 0) (layer In2.Cu))"
-                          "(segment (start 0 0) (end 1 0) (layer B.Cu)))")),
-            "track 1 net 0 0,0 0,0 1,0 w0; track 1 net 0 0,0 0,0 1,0 w0; track 2 net 0 0,0 0,0 1,0 w0")
-      << "renamed copper answers to its standard name, too";
-  for (const auto& [words, places] : std::vector<std::pair<std::string, std::string>>{
-           {"*.Cu *.Mask", "0 1 2"}, {"F&B.Cu F.Paste", "0 2"}, {"*In.Cu", "1"}, {"B.Cu *.Cu", "2 0 1"}}) {
-    EXPECT_EQ(told(board_of("(kicad_pcb (version 20211014) (layers (0 F.Cu signal) (1 In1.Cu signal) (31 B.Cu signal))"
-                            "(footprint x (at 0 0) (pad 1 smd circle (at 0 0) (layers " +
-                            words + "))))")),
-              " pad 1 circle 0,0 on " + places + " net 0");
-  }
-  EXPECT_EQ(told(two_layer_board(
-                k6, "(footprint x (at 0 0) (pad 1 smd circle (at 0 0) (layers F&B.Mask \"F.Mask\" In9.Cu)))")),
-            " pad 1 circle 0,0 on net 0; 1 pad layer (not on this board)");
-}
-
-TEST(BoardLayers, HeightsComeFromTheStackupOrFromEqualGaps) {
-  using Heights = std::vector<double>;
-  const auto heights = [](const std::string& rest, const std::string& inner = "(1 In1.Cu signal) (2 In2.Cu signal)") {
-    Heights result;
-    const Board board =
-        board_of("(kicad_pcb (version 20211014) " + rest + " (layers (0 F.Cu signal) " + inner + " (31 B.Cu signal)))");
-    for (const CopperLayer& layer : board.layers) result.push_back(layer.height);
-    return result;
-  };
-  EXPECT_EQ(heights("(general (thickness 1.6))"), (Heights{1.5625, 1.0475, 0.5325, 0.0175}));
-  EXPECT_EQ(heights(""), (Heights{1.5625, 1.0475, 0.5325, 0.0175})) << "1.6 mm where nothing is said";
-  EXPECT_EQ(heights("(general (thickness 0.8))", ""), (Heights{0.7625, 0.0175}));
-  EXPECT_EQ(heights("(general (thickness 0.03))", ""), (Heights{0.0175, 0.0175})) << "thinner than its copper";
-  const std::string stackup = R"((setup (stackup (layer F.Mask (type "Top Solder Mask") (thickness 0.01))
-    (layer F.Cu (type copper) (thickness 0.035)) (layer d1 (type prepreg) (thickness 0.1 locked) (material FR4) addsublayer
-    (thickness 0.000001) (material FR4)) (layer In1.Cu (type "copper") (thickness 0.017501))
-    (layer d2 (type core) (thickness 1)) (layer In2.Cu (type copper)) (layer d3 (type prepreg) (thickness 0.1))
-    (layer B.Cu (type copper) (thickness 0.05)) (layer B.Mask (thickness 0.02)))))";
-  EXPECT_EQ(heights(stackup), (Heights{1.285002, 1.1587505, 0.15, 0.025}));
-  EXPECT_EQ(heights(stackup, ""), (Heights{1.5625, 0.0175})) << "another number of layers is another board's";
-}
-
-// --- nets and outlines ---
-
-TEST(BoardNets, GoByNumberWhileTheyAreDeclaredThenByName) {
-  const auto nets = [](const Board& board) {
-    std::string all;
-    for (const NetTable::Net& net : board.nets) all += std::to_string(net.id) + "=" + net.name + " ";
-    return all + told(board);
-  };
-  EXPECT_EQ(
-      nets(two_layer_board(k9, R"((net 9 "5") (segment (start 0 0) (end 1 0) (layer F.Cu) (net 9))
-    (segment (start 0 0) (end 1 0) (layer F.Cu))
-    (footprint "x" (at 0 0) (pad "1" smd rect (at 0 0) (layers "F.Cu") (net 2 "SIG"))))")),
-      "0= 1=GND 2=SIG 9=5 track 0 net 3 0,0 0,0 1,0 w0; track 0 net 0 0,0 0,0 1,0 w0;  pad 1 rect 0,0 on 0 net 2");
-  EXPECT_EQ(nets(two_layer_board(k10, R"((footprint "x" (at 0 0) (pad "1" smd rect (at 0 0) (layers "F.Cu") (net "2")))
-    (gr_line (start 0 0) (end 1 1) (layer "F.Cu") (net "line"))
-    (segment (start 0 0) (end 1 0) (layer "F.Cu") (net "GND")) (via (at 0 0) (drill 0.3) (net ""))
-    (via (at 0 0) (drill 0.3) (net "a\"b")) (via (at 0 0) (drill 0.3)) (zone (net "2") (layer "B.Cu")))")),
-            "0= 1=2 2=line 3=GND 4=a\"b track 0 net 3 0,0 0,0 1,0 w0; via 0 net 0 to 1 drill 0.3; via 0 net 4 to 1 "
-            "drill 0.3; "
-            "via 0 net 0 to 1 drill 0.3;  pad 1 rect 0,0 on 0 net 1; 1 line (on copper)");
-  EXPECT_EQ(nets(board_of("(kicad_pcb (version 4) (layers (0 F.Cu signal)) (net 3 A)"
-                          "(segment (start 0 0) (end 1 0) (layer F.Cu)))")),
-            "3=A 0= track 0 net 1 0,0 0,0 1,0 w0");
 }
 
 TEST(BoardZones, ArcsBecomeChordsCloseToTheCircle) {
   const Board board =
-      two_layer_board(k9,
+      two_layer_board(20241229,
                       "(zone (layer F.Cu) (filled_polygon (pts (xy 0 0) (arc (start 10 0) (mid 0 10) (end -10 0))"
                       "(arc (start -10 0) (mid -11 0) (end -12 0)) (xy -12 -1))))");
   const Outline& outline = board.fills[0].outline;

@@ -71,43 +71,15 @@ TEST(BoardText, NestingHasALimit) {
 const std::string kHead = "(kicad_pcb (version 20241229) (layers (0 F.Cu signal) (2 B.Cu signal)) (net 0 \"\")\n";
 
 TEST(BoardText, WhatIsWrongIsReportedWithItsPlace) {
-  const std::vector<std::pair<std::string, std::string>> table = {
-
-      {"", "1:1: not a board: the file is empty"},
-      {" \r\n", "2:1: not a board: the file is empty"},
-      {"PK\x03\x04", "1:1: not a board: it does not begin with \"(kicad_pcb\""},
-      {"\n(kicad_sch (version 1))", "2:1: not a board: it does not begin with \"(kicad_pcb\""},
-      {"(kicad_pcbx)", "1:1: not a board: it does not begin with \"(kicad_pcb\""},
-      {kHead + " (segment (start 1", "2:19: the file ends inside the list \"(start\" that begins at 2:11"},
-      {kHead + " (gr_text \"oh", "2:11: the file ends inside this quoted text"},
-      {kHead + " \"oh\\", "2:2: the file ends inside this quoted text"},
-      {kHead + " (data |oh", "2:8: the file ends inside this embedded data"},
-      {kHead + ")\n)", "3:1: text after the end of the board"},
-      {kHead + ")\n  x", "3:3: text after the end of the board"},
-      {kHead + ") (kicad_pcb)", "2:3: text after the end of the board"},
-      {"(kicad_pcb)", "1:1: the board has no version"},
-      {"(kicad_pcb (version new))", "1:21: \"new\" is not a whole number"},
-      {"(kicad_pcb (version 4))", "1:1: the board has no list of layers"},
-      {"(kicad_pcb (version 20241229) (layers (5 F.SilkS user)))", "1:31: the board has no copper layer"},
-      {"(kicad_pcb (version 20241229) (layers (0 F.Cu) (1 F.Cu)))",
-       "1:31: layer \"F.Cu\" stands twice in the list of layers"},
-      {"(kicad_pcb (version 20241229) (layers (F.Cu signal)))", "1:39: a layer needs a number and a name"},
-      {kHead + "(net 0 again))", "2:1: net 0 is declared twice"},
-      {kHead + "(segment (start 0 0) (end 1 1) (layer \"Foo.Cu\")))", "2:39: segment on unknown layer \"Foo.Cu\""},
-      {kHead + "(arc (start 0 0) (end 1 1) (layers In1.Cu)))", "2:36: arc on unknown layer \"In1.Cu\""},
-      {kHead + "(via (at 0 0) (layers F.Cu Bottom)))", "2:28: via on unknown layer \"Bottom\""},
-      {kHead + "(footprint x (at 0 0) (pad 1 smd rect (at 0 0) (layers Q.Cu))))", "2:56: unknown layer \"Q.Cu\""},
-      {kHead + "(zone (layer Plane)))", "2:14: unknown layer \"Plane\""},
-      {kHead + "(segment (start 0 0) (end 1 1) (layer F.Cu) (net 7)))", "2:1: segment on undeclared net 7"},
-      {kHead + "(zone (net 7 \"A\") (layer F.Cu)))", "2:1: zone on undeclared net 7"},
-      {kHead + "(via (at 0 0) (net GND)))", "2:20: \"GND\" is not a whole number"},
-      {kHead + "(segment (end 1 1) (layer F.Cu)))", "2:1: segment without \"start\""},
-      {kHead + "(arc (start 1 1) (end 1 2) (layer F.Cu)))", "2:1: arc without \"mid\""},
-      {kHead + "(segment (start 1) (end 1 1) (layer F.Cu)))", "2:10: \"start\" has too few values"},
-      {kHead + "(via (at 1 1mm)))", "2:12: \"1mm\" is not a length"},
-      {kHead + "(footprint x (at 1 1 up)))", "2:22: \"up\" is not a number"},
-      {kHead + "(footprint x (at 1 1) (pad 1 smd)))", "2:23: a pad needs a number, a kind and a shape"}};
-  for (const auto& [text, message] : table) EXPECT_EQ(board_error(text), "b.kicad_pcb:" + message);
+  const std::string empty = "not a board: the file is empty",
+                    other = "not a board: it does not begin with \"(kicad_pcb\"";
+  std::vector<BoardTexts::Case> table = BoardTexts::cases("wrong.txt");
+  table.insert(table.end(), {{0, "", "1:1: " + empty},
+                             {0, " \r\n", "2:1: " + empty},
+                             {0, "PK\x03\x04", "1:1: " + other},
+                             {0, "\n(kicad_sch (version 1))", "2:1: " + other}});
+  for (const auto& [version, text, message] : table)
+    EXPECT_EQ(board_error(text.starts_with('@') ? kHead + text.substr(1) : text), "b.kicad_pcb:" + message);
 }
 
 TEST(BoardText, EveryCutIsAnError) {

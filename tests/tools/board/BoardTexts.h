@@ -1,7 +1,12 @@
 // Small boards for tests, in the words of a chosen format version.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
 #include <string>
+#include <vector>
 
 #include "tools/corvane/board/Board.h"
 #include "tools/corvane/board/BoardError.h"
@@ -28,6 +33,32 @@ inline CorvaneTool::Board two_layer_board(int version, const std::string& items)
 inline CorvaneTool::Layout layout_of(const CorvaneTool::Board& board) {
   CorvaneTool::SkippedItems skipped;
   return CorvaneTool::build_layout(board, "case", skipped);
+}
+
+struct Case {
+  int version = 0;
+  std::string text;
+  std::string told;
+};
+
+/// The cases of a file in this folder's `cases`: lines of text up to one that begins with ">" and says what is told of
+/// them. "version N" holds for all that follow; empty lines and those with "#" say nothing.
+inline std::vector<Case> cases(const std::string& file) {
+  std::ifstream stream(CORVANE_TEST_DATA "/../tools/board/cases/" + file);
+  std::vector<Case> all;
+  Case next;
+  for (std::string line; std::getline(stream, line);) {
+    if (line.starts_with('>')) {
+      all.push_back({next.version, next.text, line.substr(std::min<std::size_t>(line.size(), 2))});
+      next.text.clear();
+    } else if (line.starts_with("version ")) {
+      next.version = std::stoi(line.substr(8));
+    } else if (!line.empty() && line[0] != '#') {
+      next.text += (next.text.empty() ? "" : "\n") + line;
+    }
+  }
+  EXPECT_GT(all.size(), 10u) << file;
+  return all;
 }
 
 /// The message of the BoardError that reading this text throws.

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <tuple>
+
 #include <utility>
 #include <vector>
 
@@ -58,7 +58,7 @@ std::string told(const Layout& layout) {
     for (const auto& [pin, vertex] : circuit->pins()) text << ' ' << pin << '=' << vertex->id();
     text << "; ";
   }
-  return text.str();
+  return text.str().substr(0, text.str().size() - 2);  // without the last "; "
 }
 
 std::string with_pads(const std::string& pads) {
@@ -70,59 +70,8 @@ std::string pad(const std::string& shape, const std::string& rest = "") {
 }
 
 TEST(LayoutBuilder, MakesObjectsOfEveryKind) {
-  // Of one pad at (10, 10) that is named U1.1.
-  const auto pad_shape = [](const std::string& outline, const std::string& at = "10,10") {
-    return "U1.1 " + at + " F/-/B t2 o4; U1.1 F t2 o0" + outline + "; U1 o1 1=0; ";
-  };
-  const std::vector<std::tuple<int, std::string, std::string>> table = {
-      {kVersion, R"((segment (start 0 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 1))
-       (segment (start 1 0) (end 2 0) (width 0.3) (layer "F.Cu") (net 1))
-       (segment (start 1 0) (end 1 0) (width 0.2) (layer "F.Cu") (net 2))
-       (via (at 2 0) (drill 0.3) (layers "F.Cu" "B.Cu") (net 1))
-       (footprint "x" (property "Reference" "J1") (at 0 0) (pad "A" smd rect (at 0 0) (size 1 1) (layers "F.Cu") (net 1))
-       (pad "B" thru_hole circle (at 2 0) (size 1 1) (drill 0.5) (layers "*.Cu") (net 1))))",
-       "signal - 1.5625; J1.A 0,0 F/-/B t2 o5; N1 1,0 F/-/B t0 o1; J1.B 2,0 F/-/B t2 o7; N3 1,0 F/-/B t0 o1; J1.B 2,0 "
-       "B/F/- t2 o6; 0-1 T1 w200000; 1-2 T2 w300000; 3-3 T3 w200000; 2-4 V1 r0.15; 2-4 V2 r0.25; J1.A F t2 o0 -0.5,0.5 "
-       "0.5,0.5 0.5,-0.5 -0.5,-0.5; J1.B F t2 o0 16 points; J1.B B t2 o0 16 points; J1 o0 A=0 B=2; "},
-      {kVersion, "(arc (start 0 0) (mid 1 1) (end 2 0) (width 0.2) (layer F.Cu) (net 1))",
-       "signal - 1.5625; N0 0,0 F/-/B t0 o1; N1 1,1 F/-/B t0 o1; N2 2,0 F/-/B t0 o1; 0-1 T1 w200000; 1-2 T2 w200000; "},
-      {kVersion,
-       "(segment (start 0 0) (end 1 0) (layer B.Cu) (net 2)) (segment (start 0 0) (end 1 0) (layer F.Cu))(zone (net 1) "
-       "(layer B.Cu) (filled_polygon (island) (pts (xy 0 0) (xy 0.5 0) (xy 0 1))))",
-       "signal - 1.5625; signal B 0.0175; N0 0,0 B/F/- t0 o1; N1 1,0 B/F/- t0 o1; N2 0,0 F/-/B t0 o1; N3 1,0 F/-/B t0 "
-       "o1; 0-1 T1 w0; 2-3 T2 w0; F1 B t1 o1 0,0 0.5,0 0,1; "},
-      {20171130, "(zone (layer F.Cu) (min_thickness 0.25) (filled_polygon (pts (xy 0 0) (xy 1 0) (xy 0 1))))",
-       "F1 w250000 F t1 o2 0,0 1,0 0,1; "},
-      {kVersion, with_pads(pad("circle (at 0 0) (size 2 1)")), pad_shape(" 16 points")},
-      {kVersion, with_pads(pad("oval (at 0 0) (size 2 1)")), pad_shape(" 18 points")},
-      {kVersion, with_pads(pad("roundrect (at 0 0) (size 2 1)")), pad_shape(" 20 points")},
-      {kVersion, with_pads(pad("custom (at 0 0) (size 2 1)")), pad_shape(" 16 points")},
-      {kVersion, with_pads(pad("custom (at 0 0) (size 2 1)", "(options (anchor rect))")),
-       pad_shape(" 9,10.5 11,10.5 11,9.5 9,9.5")},
-      {kVersion, with_pads(pad("rect (at 1 0 90) (size 2 1)", "(drill (offset 0.5 0))")),
-       pad_shape(" 11.5,10.5 11.5,8.5 10.5,8.5 10.5,10.5", "11,10")},
-      {kVersion, with_pads(pad("trapezoid (at 0 0) (size 2 1) (rect_delta 0.4 0)")),
-       pad_shape(" 9,10.7 11,10.3 11,9.7 9,9.3")},
-      {kVersion, with_pads("(pad 1 thru_hole rect (at 0 0) (size 2 1) (drill 1) (layers *.Cu))"),
-       "U1.1 10,10 F/-/B t2 o6; U1.1 10,10 B/F/- t2 o6; 0-1 V1 r0.5; U1.1 F t2 o0 9,10.5 11,10.5 11,9.5 9,9.5; U1.1 B "
-       "t2 o0 9,10.5 11,10.5 11,9.5 9,9.5; U1 o1 1=0; "},
-      {kVersion,
-       with_pads(pad("custom (at 0 0) (size 1 1)", "(primitives (gr_poly (pts (xy 0 0) (xy 1 0) (xy 0 1))))")),
-       "U1.1 10,10 F/-/B t2 o4; U1.1 F t2 o0 16 points; U1.1 F t2 o0 10,10 11,10 10,11; U1 o1 1=0; "},
-      {kVersion,
-       with_pads("(pad 1 thru_hole oval (at 0 0 90) (size 2 1) (drill oval 1.6 0.6 (offset 3 3)) (layers *.Cu))(pad 2 "
-                 "thru_hole oval (at 5 0) (size 2 1) (drill oval 0.6 0.6) (layers *.Cu))"),
-       "U1.1 10,10 F/-/B t2 o6; U1.1 10,10 B/F/- t2 o6; U1.2 15,10 F/-/B t2 o6; U1.2 15,10 B/F/- t2 o6; 2-3 V2 r0.3; "
-       "0-1 V1 18 points; U1.1 F t2 o0 18 points; U1.1 B t2 o0 18 points; U1.2 F t2 o0 18 points; U1.2 B t2 o0 18 "
-       "points; U1 o1 1=0 2=2; "},
-      {kVersion,
-       with_pads("(pad 1 np_thru_hole circle (at 0 0) (size 1 1) (drill 1) (layers *.Cu))(pad 2 smd rect (at 0 0) "
-                 "(layers F.Mask)) (pad \"\" smd rect (at 0 0) (size 1 1) (layers F.Cu))(pad 3 thru_hole rect (at 0 0) "
-                 "(drill (offset 1 1)) (layers *.Cu))"),
-       "U1. 10,10 F/-/B t2 o4; U1. F t2 o0 9.5,10.5 10.5,10.5 10.5,9.5 9.5,9.5; U1.3 F t2 o0 11,11 11,11 11,11 11,11; "
-       "U1.3 B t2 o0 11,11 11,11 11,11 11,11; U1 o1 3=0; "}};
-  for (const auto& [version, items, expected] : table)
-    EXPECT_EQ(told(layout_of(two_layer_board(version, items))), expected) << items;
+  for (const BoardTexts::Case& sample : BoardTexts::cases("layout.txt"))
+    EXPECT_EQ(told(layout_of(two_layer_board(sample.version, sample.text))), sample.told) << sample.text;
 }
 
 TEST(LayoutBuilder, CountsWhatIsLeftOutAndTellsNetsByTheirFills) {

@@ -5,7 +5,10 @@
 //     db.write(layers);
 //     db.save("demo");           // boards/demo.zydat
 //
-// All databases of a process work on one shared root: the one that was constructed last wins, for all of them.
+// All databases of a process work on one shared root: the one that was constructed last wins, for all of them. Two
+// `DBZydata` objects are therefore two directories, not two databases: what is open is open in both.
+//
+// DBInterface.h says what the operations do, what names and units must be, what is thrown and what holds for threads.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +27,7 @@ namespace Mesh2DPlat {
 class CORVANE_API DBZydata : public DBInterface {
  public:
   /// A database on `directory`, which need not exist, with nothing open. Replaces the shared root: what other databases
-  /// had open is gone.
+  /// had open is freed.
   explicit DBZydata(const std::string& directory);
   /// Copies the directory; both work on the shared root.
   DBZydata(const DBZydata& other);

@@ -131,7 +131,7 @@ concept WithSettings = requires(Tag tag) {
 };
 static_assert(
     WithSettings<Settings>,
-    "ModelAccess.h must offer: constexpr auto settings(Settings), a tuple of setting<\"name\">(getter, setter)");
+    "ModelAccess.h must offer: constexpr auto settings(Settings), a tuple of one setting<name>(getter, setter) each");
 
 /// The place of a setting in the tuple that settings() makes; its size when it is not there.
 template <SettingName name, class Tuple>
@@ -168,9 +168,9 @@ consteval bool has_setting() {
   return false;
 }
 
-#define CORVANE_MODEL_SETS(T, name)                                                             \
-  static_assert(has_setting<#name, T>(), "ModelAccess.h: settings() must have setting<\"" #name \
-                                         "\">(getter, setter), which yields and takes exactly one " #T);
+#define CORVANE_MODEL_SETS(T, name)                                                                \
+  static_assert(has_setting<#name, T>(), "ModelAccess.h: settings() must have the setting '" #name \
+                                         "', which yields and takes exactly one " #T);
 CORVANE_FOR_EACH_SETTING(CORVANE_MODEL_SETS)
 
 template <class Tag>

@@ -14,7 +14,8 @@
 
 namespace Mesh2DPlat {
 
-/// A layer of the board; `z` is its height.
+/// A layer of the board; `z` is its height. Vertices find their layers by name again: each name is one layer's alone,
+/// and none is empty, or the references to that layer are lost.
 class EM2DLayer {
  public:
   EM2DLayer(int id, std::string name, double z) : d_id(id), d_name(std::move(name)), d_z(z) {}
@@ -32,6 +33,7 @@ class EM2DLayer {
 /// A set of copper that is one conductor.
 class EM2DNet {
  public:
+  /// Names for the programs here: unconnected copper, a signal, a supply or ground. Any other integer is kept.
   enum class Type : int { None = 0, Signal = 1, Power = 2 };
 
   EM2DNet(int id, Type type, std::string name) : d_id(id), d_type(type), d_name(std::move(name)) {}
@@ -105,7 +107,8 @@ class EM2DVertex {
   int d_options;
 };
 
-/// A straight piece of track. Net and both vertices are always there.
+/// A straight piece of track. Net and both vertices are always there. Deliberate: a database does not store the option
+/// word; a trace that was read has its end vertex id there.
 class EM2DTrace {
  public:
   EM2DTrace(std::string name, EM2DNet* net, EM2DVertex* startVertex, EM2DVertex* endVertex, int option)
@@ -151,6 +154,7 @@ class EM2DVia {
 /// A plated hole whose outline is a polygon; its radius is 0.
 class EM2DPolyVia : public EM2DVia {
  public:
+  /// Any outline, or a slot: a hole that was milled along a line. Any other integer is kept.
   enum class PolyType : int { Polygon = 0, Slot = 1 };
 
   EM2DPolyVia(std::string name, EM2DNet* net, EM2DVertex* startVertex, EM2DVertex* endVertex, PolyType polyType,
@@ -170,6 +174,7 @@ class EM2DPolyVia : public EM2DVia {
 /// An area of copper on one layer. Layer and net are always there when a layout is written.
 class EM2DShape {
  public:
+  /// What made the copper: a filled zone, a pad, a drawn shape; none: unknown. Any other integer is kept.
   enum class Type : int { None = 0, Fill = 1, Pad = 2, Graphic = 3 };
 
   EM2DShape(std::string name, EM2DLayer* layer, EM2DNet* net, Type type, int option, std::vector<double> coordinates)

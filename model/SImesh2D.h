@@ -37,6 +37,7 @@ class SImeshVia {
   double x() const { return d_x; }
   double y() const { return d_y; }
   int layer() const { return d_layer; }
+  /// The generator's own number for how much of the via counts in this plane; stored, never interpreted.
   double ratio() const { return d_ratio; }
   double radius() const { return d_radius; }
 
@@ -130,7 +131,7 @@ class SImesh2D {
     int endNode = -1;
     int leftFace = -1;
     int rightFace = -1;
-    std::vector<int> coEdges;
+    std::vector<int> coEdges;  // edges of other layers or planes that lie on this one
     bool operator==(const Edge&) const = default;
   };
 
@@ -146,7 +147,7 @@ class SImesh2D {
 
   struct Polygon {
     int id = -1;
-    int orientation = 0;
+    int orientation = 0;  // the generator's sign for the way round; stored as it is
     int leftPolygon = -1;
     int rightPolygon = -1;
     int meshLayer = -1;

@@ -1,7 +1,9 @@
 // The settings of a mesh generator: 13 numbers, 3 integers and 5 texts, each with a getter and a setter of its own.
 //
-// The object owns its texts. Lengths have the unit of the layout objects, angles that of the mesh generator; a database
-// copies all values and interprets none. A new object holds zeros and empty texts.
+// The object owns its texts. Lengths have the unit of the layout objects, angles that of the mesh generator. A new
+// object holds zeros and empty texts. A database copies all values and interprets none: what `mode`, `mesheps`, `ppid`
+// and the others stand for is an agreement between the programs that write and read them, and the comments below say
+// only what their names promise.
 #pragma once
 
 #include <string>
@@ -13,6 +15,8 @@ namespace Mesh2DPlat {
 
 class SImeshConfig {
  public:
+  // --- lengths, angles and tolerances ---
+  /// The smallest angle that a triangle should have.
   double thetamin() const { return d_thetamin; }
   void setThetamin(double value) { d_thetamin = value; }
   double simplifyAngle() const { return d_simplify_angle; }
@@ -33,6 +37,7 @@ class SImeshConfig {
   void setCalcPrecision2(double value) { d_calc_precision2 = value; }
   double geomPrecision() const { return d_geom_precision; }
   void setGeomPrecision(double value) { d_geom_precision = value; }
+  /// The length below which points of the mesh count as one.
   double mesheps() const { return d_mesheps; }
   void setMesheps(double value) { d_mesheps = value; }
   double calcPrecisionFor1AndT() const { return d_calc_precision_for1_and_t; }
@@ -40,13 +45,18 @@ class SImeshConfig {
   double refdistance() const { return d_refdistance; }
   void setRefdistance(double value) { d_refdistance = value; }
 
+  // --- how the generator runs ---
+  /// Processors to use.
   int customCpuNum() const { return d_custom_cpu_num; }
   void setCustomCpuNum(int value) { d_custom_cpu_num = value; }
+  /// The way of working that the generator was started in: a number of its own; any value is stored, also below 0.
   int mode() const { return d_mode; }
   void setMode(int value) { d_mode = value; }
+  /// The process that started the generator.
   int ppid() const { return d_ppid; }
   void setPpid(int value) { d_ppid = value; }
 
+  // --- texts; those that name files come from a file, too: look at them before they are opened ---
   const std::string& option() const { return d_option; }
   void setOption(std::string value) { d_option = std::move(value); }
   const std::string& resourceFile() const { return d_resource_file; }

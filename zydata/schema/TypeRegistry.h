@@ -1,7 +1,8 @@
 // The two registries through which a reader turns a stored type name and kind word back into a live object.
 //
 // Both are process-wide, made on first use with the built-in types in them, and never emptied. Making them is
-// thread-safe; registering and looking up are not locked and belong to start-up, on one thread.
+// thread-safe. Registering is not locked and belongs to start-up, on one thread; from then on several threads may look
+// up at once, as they do when each builds, stores and loads trees of its own.
 //
 // Structures and enumerations of a program are entered before anything of them is built, stored or loaded:
 // register_type<T>() for an enumeration, register_class_type<T>() for a structure.

@@ -4,27 +4,16 @@
 #include <string>
 #include <vector>
 
-#include "facade/DBRoot.h"
 #include "tests/facade/Layout.h"
+#include "tests/faults/WholePaths.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/TestSupport.h"
-#include "zydata/message/serialize.h"
 
 namespace Mesh2DPlat {
 namespace {
 
 using TestSupport::AllocationWatch;
 using TestSupport::Layout;
-
-/// Every byte of what is open, as a file would have it.
-std::string content() {
-  std::string bytes;
-  for (const auto& frame : ZyData::data_message(currentRoot->tree).frames) {
-    bytes.append(std::to_string(frame->size_bytes()) + ":");
-    bytes.append(static_cast<const char*>(frame->data()), frame->size_bytes());
-  }
-  return bytes;
-}
 
 /// Runs `action` from the same start with one refused memory request after another until none is refused any more.
 /// Every failure must leave what was open. Returns how often it failed.
@@ -33,7 +22,7 @@ int refuse_each_request(const std::function<void()>& start, const std::function<
   for (std::uint64_t n = 1;; ++n) {
     SCOPED_TRACE("request " + std::to_string(n));
     start();
-    const std::string before = content();
+    const std::string before = TestSupport::open_content();
     bool failed = false;
     const AllocationWatch watch(n);
     try {
@@ -43,7 +32,7 @@ int refuse_each_request(const std::function<void()>& start, const std::function<
     } catch (const Util::Error&) {
       failed = true;
     }
-    EXPECT_TRUE(!failed || content() == before);
+    EXPECT_TRUE(!failed || TestSupport::open_content() == before);
     failures += failed;
     if (!watch.refused()) return failed ? -1 : failures;
   }

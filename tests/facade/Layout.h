@@ -3,14 +3,17 @@
 
 #include <bit>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "facade/DBZydata.h"
+#include "facade/ModelAccess.h"
 #include "model/EM2D.h"
 #include "model/SImeshConfig.h"
 
@@ -80,6 +83,22 @@ struct Layout {
   }
 };
 
+template <class Visit>
+void visit_settings(Visit visit) {
+  std::apply([&](const auto&... setting) { (visit(setting), ...); }, ModelAccess::settings(ModelAccess::Settings()));
+}
+
+/// Sets each setting to the next value of its type.
+template <class Double, class Int, class Text>
+void set_settings(SImeshConfig& config, Double next_number, Int next_integer, Text next_text) {
+  visit_settings([&](const auto& setting) {
+    using Value = std::remove_cvref_t<decltype(std::invoke(setting.get, config))>;
+    if constexpr (std::is_same_v<Value, double>) std::invoke(setting.set, config, next_number());
+    if constexpr (std::is_same_v<Value, int>) std::invoke(setting.set, config, next_integer());
+    if constexpr (std::is_same_v<Value, std::string>) std::invoke(setting.set, config, next_text());
+  });
+}
+
 /// Every bit of a number.
 inline std::string bits(double value) { return std::to_string(std::bit_cast<std::uint64_t>(value)); }
 
@@ -104,14 +123,12 @@ inline std::vector<std::string> describe(const Layout& layout) {
     lines.push_back(text);
   };
   const auto number = [](auto value) { return std::to_string(static_cast<int>(value)); };
-  const SImeshConfig& c = layout.config;
-  for (const double value : {c.thetamin(), c.simplifyAngle(), c.maxEdgeLen(), c.minEdgeLen(), c.smallHoleThreshold(),
-                             c.alignAbsorb(), c.calcPrecision(), c.compPrecision(), c.calcPrecision2(),
-                             c.geomPrecision(), c.mesheps(), c.calcPrecisionFor1AndT(), c.refdistance()}) {
-    line("setting", bits(value));
-  }
-  line("settings", number(c.customCpuNum()), number(c.mode()), number(c.ppid()), c.option(), c.resourceFile(),
-       c.runTimeErrorFile(), c.winContentFile(), c.casefile());
+  visit_settings([&](const auto& setting) {
+    const auto value = std::invoke(setting.get, layout.config);
+    if constexpr (std::is_same_v<decltype(value), const std::string>) line("setting", value);
+    if constexpr (std::is_same_v<decltype(value), const int>) line("setting", number(value));
+    if constexpr (std::is_same_v<decltype(value), const double>) line("setting", bits(value));
+  });
   for (const auto* o : layout.layers) line("layer", number(o->id()), o->name(), bits(o->z()));
   for (const auto* o : layout.nets) line("net", number(o->id()), number(o->type()), o->name());
   for (const auto* o : layout.signals) {
@@ -152,27 +169,13 @@ inline void fill(Layout& layout) {
   std::string longName;
   for (int i = 0; i < 75; ++i) longName += "long";
 
-  SImeshConfig& c = layout.config;
-  c.setThetamin(0.25);
-  c.setSimplifyAngle(-0.0);
-  c.setMaxEdgeLen(kInfinity);
-  c.setMinEdgeLen(-kInfinity);
-  c.setSmallHoleThreshold(kTiny);
-  c.setAlignAbsorb(std::numeric_limits<double>::max());
-  c.setCalcPrecision(1e-6);
-  c.setCompPrecision(1e-9);
-  c.setCalcPrecision2(0.1);
-  c.setGeomPrecision(-1.5);
-  c.setMesheps(2);
-  c.setCalcPrecisionFor1AndT(3);
-  c.setRefdistance(4);
-  c.setCustomCpuNum(8);
-  c.setMode(-1);
-  c.setPpid(kMin);
-  c.setOption("fast");
-  c.setRunTimeErrorFile(std::string("a\0b", 3));
-  c.setWinContentFile(longName);
-  c.setCasefile("case.txt");
+  const double numbers[] = {0.25, -0.0, kInfinity, -kInfinity, kTiny, std::numeric_limits<double>::max(), 1e-6, 1e-9,
+                            0.1,  -1.5, 2,         3,          4};
+  const int integers[] = {8, -1, kMin};
+  const std::string texts[] = {"fast", "", std::string("a\0b", 3), longName, "case.txt"};
+  set_settings(
+      layout.config, [next = numbers]() mutable { return *next++; }, [next = integers]() mutable { return *next++; },
+      [next = texts]() mutable { return *next++; });
 
   EM2DLayer* top = layout.layers.add(0, "TOP", 0.0);
   EM2DLayer* low = layout.layers.add(-5, longName, -0.035);

@@ -40,7 +40,7 @@ def check(condition, text):
 
 def arguments_of(*names, options=()):
     parser = argparse.ArgumentParser()
-    for name in ("cmake", "generator", "consumer", "compiler", "readelf", "soname") + names:
+    for name in ("source", "cmake", "generator", "compiler", "readelf", "soname") + names:
         parser.add_argument(f"--{name}", required=True)
     parser.add_argument("--flags", default="", help="compiler flags that the library was built with")
     for name in options:
@@ -49,7 +49,7 @@ def arguments_of(*names, options=()):
 
 
 def build_consumer(arguments, prefix, build, *options):
-    run(arguments.cmake, "-S", arguments.consumer, "-B", build, "-G", arguments.generator,
+    run(arguments.cmake, "-S", pathlib.Path(__file__).parent / "consumer", "-B", build, "-G", arguments.generator,
         f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_CXX_COMPILER={arguments.compiler}",
         f"-DCMAKE_CXX_FLAGS={arguments.flags}", "-DCMAKE_BUILD_TYPE=Release", *options)
     run(arguments.cmake, "--build", build)
@@ -92,11 +92,13 @@ def build_and_run_consumer(arguments, prefix, folder):
     headers = sorted(path.relative_to(include).as_posix() for path in include.rglob("*.h"))
     every_header = folder / "every_header.cpp"
     every_header.write_text("".join(f'#include "{header}"\n' for header in headers))
-    build_consumer(arguments, prefix, build, f"-DALL_HEADERS={every_header}")
-    libraries = run("ldd", build / "consumer")
+    examples = pathlib.Path(arguments.source) / "examples"
+    build_consumer(arguments, prefix, build, f"-DALL_HEADERS={every_header}",
+                   f"-DPROGRAMS={examples}/quickstart.cpp;{examples}/own_data.cpp")
+    libraries = run("ldd", build / "own_data")
     check(str(prefix) in libraries, f"the consumer does not use the moved library:\n{libraries}")
-    run(build / "consumer", folder / "database")
-    check((folder / "database" / "board.zydat").is_file(), "the consumer wrote no database")
+    for program, words in (("quickstart", "T1 ends at x = 2.5"), ("own_data", "up to 70.25 degrees")):
+        check(words in run(build / program, cwd=folder), f"{program} does not say: {words}")
 
 
 def check_library(arguments, library, private):
@@ -130,7 +132,7 @@ def main():
         check_library(arguments, library, private_types(prefix, pathlib.Path(arguments.consumer).resolve().parents[2]))
         build_and_run_consumer(arguments, prefix, folder)
         if arguments.with_tool:
-            run(prefix / "bin" / "corvane", "info", folder / "database" / "board.zydat")
+            run(prefix / "bin" / "corvane", "info", folder / "boards" / "demo.zydat")
     print("installed, moved and used")
 
 

@@ -55,7 +55,7 @@ def install(arguments, build, prefix):
 
 
 def main():
-    arguments = arguments_of("source")
+    arguments = arguments_of()
     source = pathlib.Path(arguments.source)
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name).resolve()
@@ -77,9 +77,9 @@ def main():
         check([path for path in files if path.endswith("libcorvane-board.a")] != [], f"no archive in {files}")
         check([path for path in files if ".so" in path] == [], f"a shared library in {files}")
         build_consumer(arguments, folder / "static", folder / "consumer",
-                       f"-DMAIN={source}/examples/own_model/main.cpp")
-        run(folder / "consumer" / "consumer", cwd=folder)
-        check("libcorvane" not in run("ldd", folder / "consumer" / "consumer"), "the consumer is not linked statically")
+                       f"-DPROGRAMS={source}/examples/own_model/main.cpp")
+        run(folder / "consumer" / "main", cwd=folder)
+        check("libcorvane" not in run("ldd", folder / "consumer" / "main"), "the consumer is not linked statically")
     print("built, installed and used")
 
 

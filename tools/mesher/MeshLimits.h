@@ -1,4 +1,4 @@
-// What one layer may take, so that no layout takes all of a machine.
+// What a mesh may take, so that no layout takes all of a machine.
 #pragma once
 
 #include <cstddef>
@@ -11,12 +11,13 @@
 namespace CorvaneMesher {
 
 struct MeshLimits {
+  // Of one layer:
   std::size_t edges = 4'000'000;              // of its outlines, each cut where it meets others
   std::uint64_t comparisons = 4'000'000'000;  // of two edges, to find where they cross
   std::size_t cells = 2'000'000;              // of the map of edge lengths
-  std::size_t nodes = 4'000'000;              // of its triangles
-  /// Nodes in outlines' detail, more than edge lengths ask for; beyond them detail is triangulated as it stands.
-  std::size_t spare_nodes = 200'000;
+  std::size_t spare_nodes = 100'000;          // for detail of outlines, which is left as it is beyond them
+
+  std::size_t nodes = 2'000'000;  // of all layers: about 4 GB of memory
 };
 
 /// Something about a layer's copper, with the place.

@@ -234,7 +234,7 @@ BoardMesh mesh_layout(const Layout& layout, const MeshRequest& request, MeshRepo
     copper = collect_copper(layout, request.with_traces);
   });
   if (copper.layers.empty()) throw std::runtime_error(report.database + ": no copper to mesh");
-  const MeshSizes sizes = sizes_for(request, layout.config, extent_of(copper));
+  MeshSizes sizes = sizes_for(request, layout.config, extent_of(copper));
   report.max_edge = sizes.max_edge / 1e6;
   report.min_edge = sizes.min_edge / 1e6;
   report.sizes_from_extent = !is_length(layout.config.maxEdgeLen()) && request.max_edge == 0;
@@ -253,6 +253,7 @@ BoardMesh mesh_layout(const Layout& layout, const MeshRequest& request, MeshRepo
     phases.enter(part, percent(i), percent(i + 1), kPhasesOfLayer);
     layers.push_back(mesh_named_layer(copper.layers[i], sizes, report.layers.emplace_back(), phases));
     report.smallest_angle = std::min(report.smallest_angle, smallest_angle(layers.back().triangles));
+    sizes.limits.nodes -= std::min(sizes.limits.nodes, layers.back().triangles.nodes.size());
   }
   BoardMesh board;
   phases.enter("", kPercentBuild, kPercentStore, 1);

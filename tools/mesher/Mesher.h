@@ -13,8 +13,8 @@
 namespace CorvaneMesher {
 
 struct MeshRequest {
-  std::string directory;
-  std::string name;     // of the database; empty: the only one there is
+  std::string directory{};
+  std::string name{};   // of the database; empty: the only one there is
   double max_edge = 0;  // mm; 0: as the database's settings say
   bool with_traces = true;
   MeshLimits limits{};

@@ -98,6 +98,12 @@ class EdgesBase : public CGAL::Mesh_2::Refine_edges_base_with_clusters<Triangula
     return CGAL::CONFLICT_AND_ELEMENT_SHOULD_BE_DROPPED;
   }
 
+  /// Short, or no point splits it.
+  bool stays_whole(Face face, int side) const {
+    const Vertex a = face->vertex(Triangulation::cw(side)), b = face->vertex(Triangulation::ccw(side));
+    return this->is_locally_conform.is_short(a, b) || d_kept.contains(std::minmax(a, b));
+  }
+
   /// A point that an edge which stays whole is in the way of is given up.
   CGAL::Mesher_level_conflict_status test_point_conflict_from_superior_impl(const CgalPoint& point,
                                                                             ConflictZone& zone) {
@@ -110,11 +116,6 @@ class EdgesBase : public CGAL::Mesh_2::Refine_edges_base_with_clusters<Triangula
   }
 
  private:
-  bool stays_whole(Face face, int side) const {
-    const Vertex a = face->vertex(Triangulation::cw(side)), b = face->vertex(Triangulation::ccw(side));
-    return this->is_locally_conform.is_short(a, b) || d_kept.contains(std::minmax(a, b));
-  }
-
   /// Rounding moves points off their edge, but not past the two faces along it.
   bool lies_at(const CgalPoint& point, Triangulation::Edge edge) const {
     const auto [face, side] = edge;
@@ -201,10 +202,17 @@ class FacesBase : public CGAL::Mesh_2::Refine_faces_base<Triangulation, Criteria
  public:
   using Base::Base;
 
-  /// A corner of the face, where nothing is inserted, when the face is too flat to have another point.
+  /// A corner of the face, where nothing is inserted, when the face is too flat for another point, or when that lies
+  /// behind an edge which stays whole: to search for it could lead past all triangles.
   CgalPoint refinement_point_impl(Face face) const {
     const CgalPoint centre = Base::refinement_point_impl(face);
-    return std::abs(centre.x()) < kFar && std::abs(centre.y()) < kFar ? centre : face->vertex(0)->point();
+    if (!(std::abs(centre.x()) < kFar && std::abs(centre.y()) < kFar)) return face->vertex(0)->point();
+    for (int side = 0; side < 3; ++side) {
+      if (!face->is_constrained(side) || !this->previous.stays_whole(face, side)) continue;
+      const CgalPoint &from = face->vertex(face->ccw(side))->point(), &to = face->vertex(face->cw(side))->point();
+      if (CGAL::orientation(from, to, centre) != CGAL::LEFT_TURN) return from;
+    }
+    return centre;
   }
 
   /// The point has to do away with the face that it is for.
@@ -221,8 +229,18 @@ class FacesBase : public CGAL::Mesh_2::Refine_faces_base<Triangulation, Criteria
 
 using Faces = CGAL::Mesh_2::Refine_faces<Triangulation, Criteria, Edges, FacesBase>;
 
+/// Where refinement goes on.
+inline Point next_place(Edges& edges, Faces& faces) {
+  const auto place_of = [](Vertex vertex) {
+    return Point{std::llround(vertex->point().x()), std::llround(vertex->point().y())};
+  };
+  if (!faces.no_longer_element_to_refine()) return place_of(faces.get_next_element()->vertex(0));
+  const Triangulation::Edge edge = edges.get_next_element();
+  return place_of(edge.first->vertex(Triangulation::cw(edge.second)));
+}
+
 /// Faces in the domain become as small and as round as `sizes` and `lengths` ask. Returns whether that had to end
-/// early, for want of spare nodes. Throws PlaceError when faces take more nodes than the limits allow.
+/// early, for want of spare nodes. Throws PlaceError for more nodes than the limits allow.
 inline bool refine(Triangulation& triangulation, const SizeField& lengths, const MeshSizes& sizes) {
   LeastLength least;
   least.square = std::pow(sizes.least_split(), 2);
@@ -239,16 +257,14 @@ inline bool refine(Triangulation& triangulation, const SizeField& lengths, const
   faces.scan_triangulation();
   const MeshLimits& limits = sizes.limits;
   const std::size_t more = std::max<std::size_t>(limits.spare_nodes / 16, 1);
-  std::size_t most =
-      triangulation.number_of_vertices() + static_cast<std::size_t>(lengths.nodes_expected()) + limits.spare_nodes;
+  const double expected = std::min(lengths.nodes_expected(), static_cast<double>(limits.nodes));
+  std::size_t most = triangulation.number_of_vertices() + static_cast<std::size_t>(expected) + limits.spare_nodes;
   bool is_early = false;
   while (faces.try_to_insert_one_point(visitor)) {
-    if (triangulation.number_of_vertices() > limits.nodes && !faces.no_longer_element_to_refine()) {
-      const CgalPoint& place = faces.get_next_element()->vertex(0)->point();
-      throw PlaceError("more than " + std::to_string(limits.nodes) + " nodes for edges this short",
-                       {std::llround(place.x()), std::llround(place.y())});
-    }
-    if (triangulation.number_of_vertices() < most) continue;
+    const std::size_t nodes = triangulation.number_of_vertices();
+    if (nodes > limits.nodes && !faces.is_algorithm_done())
+      throw PlaceError("edges this short make too many nodes", next_place(edges, faces));
+    if (nodes < most) continue;
     is_early = true;
     least.square *= 4;
     most += more;

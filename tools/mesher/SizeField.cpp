@@ -8,6 +8,7 @@ namespace CorvaneMesher {
 namespace {
 
 constexpr double kNodesPerSquare = 4;  // of a side as long as edges may be
+constexpr double kNodesPerEdge = 8;    // as long as edges may be there
 
 CellGrid::Box bounds_of(const RegionOutlines& outlines) {
   CellGrid::Box bounds = {1e300, 1e300, -1e300, -1e300};
@@ -50,12 +51,13 @@ SizeField::SizeField(const RegionOutlines& outlines, const MeshSizes& sizes)
     }
   }
   spread();
-}
-
-double SizeField::nodes_expected() const {
-  double nodes = 0;
-  for (const double length : d_lengths) nodes += 1 / (length * length);
-  return nodes * kNodesPerSquare * d_grid.cell_size() * d_grid.cell_size();
+  d_nodes_expected = kNodesPerSquare * outlines.copper_area / (sizes.max_edge * sizes.max_edge);
+  for (const RegionOutlines::Edge& edge : outlines.edges) {
+    const Point start = outlines.points[static_cast<std::size_t>(edge.start)];
+    const Point end = outlines.points[static_cast<std::size_t>(edge.end)];
+    const double here = (*this)(static_cast<double>(start.x + end.x) / 2, static_cast<double>(start.y + end.y) / 2);
+    d_nodes_expected += kNodesPerEdge * (1 + length(start, end) / here);
+  }
 }
 
 // Two sweeps over the cells, each from the neighbours that the sweep has passed.

@@ -36,8 +36,8 @@ class SizeField {
 
   double operator()(double x, double y) const { return d_lengths[d_grid.cell(d_grid.column(x), d_grid.row(y))]; }
 
-  /// Nodes of a mesh that keeps to these lengths everywhere, copper or not; generous.
-  double nodes_expected() const;
+  /// Nodes of a mesh of the outlines that keeps to these lengths; generous.
+  double nodes_expected() const { return d_nodes_expected; }
 
   static constexpr double kGrowth = 0.6;  // of the length, per distance
 
@@ -48,6 +48,7 @@ class SizeField {
   CellGrid d_grid;
   int d_columns, d_rows;
   std::vector<double> d_lengths;  // per cell
+  double d_nodes_expected = 0;
 };
 
 }  // namespace CorvaneMesher

@@ -3,10 +3,12 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "facade/DBZydata.h"
@@ -14,6 +16,7 @@
 #include "tests/tools/mesher/MesherTexts.h"
 #include "tools/corvane/layout/DatabaseRoundTrip.h"
 #include "tools/corvane/layout/Import.h"
+#include "tools/corvane/layout/Origin.h"
 
 using namespace MesherTests;
 using CorvaneMesher::mesh_board;
@@ -27,7 +30,7 @@ namespace {
 
 void import_own_board(const std::string& directory, const std::string& name) {
   CorvaneTool::import_board({CORVANE_EXAMPLE_BOARDS "/sensor-node.kicad_pcb", directory, name, 1, 1},
-                            [](const std::string&) {});
+                            [](const std::string&, int) {});
 }
 
 void save(const Layout& layout, const std::string& directory) {
@@ -38,7 +41,11 @@ void save(const Layout& layout, const std::string& directory) {
 }
 
 MeshReport mesh_directory(const std::string& directory, double max_edge = 0) {
-  return mesh_board({directory, "", max_edge, true}, [](const std::string&) {});
+  return mesh_board({directory, "", max_edge, true}, {});
+}
+
+long files_in(const std::string& directory) {
+  return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
 }
 
 std::string failure(const std::string& directory, double max_edge = 0) {
@@ -59,10 +66,47 @@ TEST(MeshBoard, GivesTheSameFileEveryTime) {
   const std::string file = read_file(folder.path("a/corvane2d.zydat"));
   EXPECT_EQ(file.size(), report.bytes);
   EXPECT_TRUE(file == read_file(folder.path("b/corvane2d.zydat")));
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path("a")), fs::directory_iterator()), 2)
-      << "nothing else is left";
+  EXPECT_EQ(files_in(folder.path("a")), 4) << "both, and what they were made from";
   EXPECT_GT(report.smallest_angle, 5);
   for (const auto& layer : report.layers) EXPECT_LE(layer.relative_difference(), CorvaneMesher::kMostDifference);
+}
+
+TEST(MeshBoard, SaysWhatItIsMadeFromAndHowFarItIs) {
+  const TempDir folder;
+  Layout layout = empty_layout();
+  for (const int layer : {0, 2}) add_shape(layout, layer, 1, EM2DShape::Type::Fill, rectangle(0, 0, 10, 10));
+  save(layout, folder.path());
+  std::string phases;
+  int percent = 0;
+  mesh_board({folder.path()}, [&](const std::string& phase, int now) {
+    EXPECT_LE(percent, now) << phase;
+    percent = now;
+    phases += std::to_string(now) + " " + phase + ", ";
+  });
+  EXPECT_TRUE(phases.starts_with("0 open, ")) << phases;
+  EXPECT_NE(phases.find("layer BOTTOM (2 of 2): triangulate, "), std::string::npos) << phases;
+  EXPECT_TRUE(phases.ends_with("95 read and compare with holes, ")) << phases;
+  const auto source = [&] { return CorvaneTool::source_of_mesh(folder.path("corvane2d.zydat")); };
+  ASSERT_TRUE(source());
+  EXPECT_EQ(source()->database, "board.zydat");
+  EXPECT_EQ(source()->state, CorvaneTool::MeshSource::State::Current);
+  layout.config.setMaxEdgeLen(2);
+  save(layout, folder.path());
+  EXPECT_EQ(source()->state, CorvaneTool::MeshSource::State::Changed);
+}
+
+TEST(MeshBoard, LeavesNothingWhenItIsStopped) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    const TempDir folder;
+    Layout layout = empty_layout();
+    add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(0, 0, 1, 1));
+    save(layout, folder.path());
+    const auto stop_it = [&](const std::string& phase, int) {
+      if (phase == "read and compare with holes") std::raise(signal);
+    };
+    EXPECT_EXIT(mesh_board({folder.path()}, stop_it), testing::KilledBySignal(signal), "");
+    EXPECT_EQ(files_in(folder.path()), 1) << signal;
+  }
 }
 
 TEST(MeshBoard, TakesSizesFromTheRequestTheSettingsOrTheExtent) {
@@ -97,7 +141,7 @@ TEST(MeshBoard, AFailureLeavesAnEarlierMeshAndNothingElse) {
   EXPECT_EQ(failure(folder.path()), folder.path() + ": several databases, choose one with --name: board, other");
   EXPECT_EQ(failure(folder.path("none")), folder.path("none") + ": not a directory");
   EXPECT_EQ(read_file(folder.path("corvane2d.zydat")), "earlier");
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 3);
+  EXPECT_EQ(files_in(folder.path()), 3);
 }
 
 // --- the programs ---
@@ -109,7 +153,8 @@ struct ProgramRun {
 
 ProgramRun run(const TempDir& folder, const std::string& program, const std::string& arguments) {
   const std::string out = folder.path("out.txt"), err = folder.path("err.txt");
-  const int status = std::system((program + " " + arguments + " >" + out + " 2>" + err).c_str());
+  const std::string gap = arguments.starts_with("-mesh") ? "" : " ";  // corvane-mesh lies beside corvane
+  const int status = std::system((program + gap + arguments + " >" + out + " 2>" + err).c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
 }
 
@@ -136,13 +181,23 @@ TEST(MeshProgram, TheVerbStartsItAndPassesEverythingOn) {
   std::size_t triangles = 0;
   for (const auto& layer : json["layers"]) triangles += layer["triangles"].get<std::size_t>();
   EXPECT_EQ(json["elements"]["meshface"], triangles);
-  const ProgramRun failed = run(folder, CORVANE_PROGRAM, "mesh " + folder.path("db") + " --name none");
-  EXPECT_EQ(failed.status, 1);
-  EXPECT_EQ(failed.out, "");
-  EXPECT_EQ(failed.err, "corvane-mesh: " + folder.path("db") + ": no database named \"none\"\n");
-  const ProgramRun wrong = run(folder, CORVANE_PROGRAM, "mesh " + folder.path("db") + " --max-edge -2");
-  EXPECT_EQ(wrong.status, 1);
-  EXPECT_TRUE(wrong.err.starts_with("corvane: --max-edge: ")) << wrong.err;
+  import_own_board(folder.path("full"), "board");
+  fs::create_directory(folder.path("full/corvane2d.zydat"));
+  for (const auto& [command, status, err] : std::vector<std::tuple<std::string, int, std::string>>{
+           {"mesh " + folder.path("db") + " --name none", 1, "corvane-mesh: " + folder.path("db") + ": no database"},
+           {"mesh " + folder.path("full"), 1, "corvane-mesh: "},
+           {"mesh " + folder.path("db") + " --max-edge -2", 2, "corvane: --max-edge: "},
+           {"-mesh " + folder.path("db") + " --max-edge nan", 2, "corvane-mesh: --max-edge: "},
+           {"-mesh --no-such --json", 2, "corvane-mesh: "}}) {
+    const ProgramRun failed = run(folder, CORVANE_PROGRAM, command);
+    EXPECT_EQ(failed.status, status) << command;
+    EXPECT_TRUE(failed.err.starts_with(err)) << failed.err;
+    EXPECT_EQ(std::count(failed.err.begin(), failed.err.end(), '\n'), 1) << failed.err;
+    const bool is_json = command.ends_with("--json");
+    EXPECT_EQ(failed.out.empty(), !is_json) << failed.out;
+    if (is_json)
+      EXPECT_EQ("corvane-mesh: " + nlohmann::json::parse(failed.out)["error"].get<std::string>() + "\n", failed.err);
+  }
 }
 
 TEST(MeshProgram, TheVerbSaysWhenItIsMissing) {
@@ -165,17 +220,6 @@ TEST(MeshProgram, TheVerbSaysWhenItIsMissing) {
       "mesh --json -- -odd");
   EXPECT_EQ(found.status, 7);
   EXPECT_EQ(found.out, "--json -- -odd\n");
-}
-
-TEST(MeshProgram, SaysInOneLineThatItCannotWrite) {
-  const TempDir folder;
-  import_own_board(folder.path("db"), "board");
-  fs::create_directory(folder.path("db/corvane2d.zydat"));
-  const ProgramRun failed = run(folder, CORVANE_PROGRAM, "mesh " + folder.path("db"));
-  EXPECT_EQ(failed.status, 1);
-  EXPECT_EQ(failed.out, "");
-  EXPECT_EQ(std::count(failed.err.begin(), failed.err.end(), '\n'), 1) << failed.err;
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path("db")), fs::directory_iterator()), 2);
 }
 
 }  // namespace

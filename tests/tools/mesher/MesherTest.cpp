@@ -105,62 +105,106 @@ std::map<std::pair<int, std::string>, double> areas(const SImesh2D& mesh) {
   return result;
 }
 
-long euler_characteristic(const SImesh2D& mesh) {
-  return static_cast<long>(mesh.nodes.size() + mesh.faces.size()) - static_cast<long>(mesh.edges.size());
+// --- areas ---
+
+constexpr double kNm = 1e-6;
+
+void add_square(Layout& layout, int net, double x, double y, double width, double height) {
+  add_shape(layout, 0, net, EM2DShape::Type::Pad, rectangle(x, y, x + width, y + height));
 }
 
-TEST(Mesh, ABridgedRingIsASquareWithAHole) {
+void add_fan(Layout& layout, int traces, int width) {
+  for (int i = 0; i < traces; ++i) {
+    const double angle = 2 * std::numbers::pi * i / traces;
+    layout.traces.make("T w" + std::to_string(width), layout.nets[1], add_vertex(layout, 0, 0, 0),
+                       add_vertex(layout, 40 * std::cos(angle), 40 * std::sin(angle), 0), 0);
+  }
+}
+
+struct Pattern {
+  const char* name;
+  void (*add)(Layout& layout);
+  double ground, signal;  // mm2
+  std::size_t polygons, holes;
+};
+
+const Pattern kCopper[] = {
+    {"a ring with a bridge to its hole",
+     [](Layout& layout) { add_shape(layout, 0, 1, EM2DShape::Type::Fill, square_with_hole()); }, 96, 0, 1, 1},
+    {"a net that overlaps itself, and another that touches it and overlaps by half a square millimetre",
+     [](Layout& layout) {
+       add_square(layout, 1, 0, 0, 2, 1);
+       add_square(layout, 1, 1, 0.5, 2, 1.5);
+       add_square(layout, 2, 3, 0, 1, 2);
+       add_square(layout, 2, -1, 0, 1.5, 1);
+     },
+     4.5, 3, 3, 0},
+    {"squares that meet in a corner, and a ring that closes in a point",
+     [](Layout& layout) {
+       add_square(layout, 1, 0, 0, 1, 1);
+       add_square(layout, 1, 1, 1, 1, 1);
+       add_shape(layout, 0, 2, EM2DShape::Type::Graphic, {10, 0, 13, 0, 13, 3, 10, 3, 10, 0, 11, 2, 12, 2, 12, 1});
+     },
+     2, 8, 3, 0},
+    {"a circle and a trace",
+     [](Layout& layout) {
+       std::vector<double> circle;
+       for (int i = 0; i < 400; ++i) circle.push_back(5 * std::cos((i / 2 * 2 - i % 2 * 100) * std::numbers::pi / 200));
+       add_shape(layout, 0, 1, EM2DShape::Type::Fill, circle);
+       layout.traces.make("T1 w500000", layout.nets[1], add_vertex(layout, 0, 0, 0), add_vertex(layout, 15, 0, 0), 0);
+     },
+     25 * std::numbers::pi + 10 * 0.5 + std::numbers::pi * 0.0625 / 2, 0, 1, 0},
+    {"a comb of gaps that are all below the spacing",
+     [](Layout& layout) {
+       for (int i = 0; i < 50; ++i) add_square(layout, 1, i * 0.02, 0, 0.017, 0.5);
+     },
+     50 * 0.017 * 0.5, 0, 50, 0},
+    {"needles that cross at nanometres",
+     [](Layout& layout) {
+       add_shape(layout, 0, 1, EM2DShape::Type::Fill, {0, 0, 1000, 0, 1000, kNm});
+       add_shape(layout, 0, 2, EM2DShape::Type::Fill, {0, 2 * kNm, 1000, -kNm, 1000, 0});
+     },
+     0.0005, 0.0005, 2, 0},
+    {"a fill of five square nanometres",
+     [](Layout& layout) {
+       add_shape(layout, 0, 1, EM2DShape::Type::Fill, {0, 0, 5 * kNm, 0, 10 * kNm, 2 * kNm});
+     },
+     5e-12, 0, 1, 0},
+    {"1500 traces from one point", [](Layout& layout) { add_fan(layout, 1500, 200'000); }, 4990, 0, 1, 1494},
+    {"20000 fills in one place",
+     [](Layout& layout) {
+       for (int i = 0; i < 20'000; ++i) add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(0, 0, 1, 1));
+     },
+     1, 0, 1, 0},
+};
+
+TEST(Mesh, ComesSoonAndKeepsAreas) {
+  for (const Pattern& copper : kCopper) {
+    SCOPED_TRACE(copper.name);
+    Layout layout = empty_layout();
+    copper.add(layout);
+    const Meshed meshed = mesh(layout);
+    const SImesh2D& mesh = meshed.board.mesh;
+    check_topology(mesh);
+    check_polygons(mesh);
+    EXPECT_EQ(mesh.polygons.size(), copper.polygons);
+    EXPECT_EQ(mesh.negPolygons.size(), copper.holes);
+    const LayerReport& report = meshed.report.layers[0];
+    EXPECT_NEAR(report.mesh_area, report.copper_area, kMostDifference * report.copper_area);
+    auto found = areas(mesh);
+    EXPECT_NEAR((found[{0, "GND"}]), copper.ground, 1e-3 * copper.ground + report.fill_rounding_area);
+    EXPECT_NEAR((found[{0, "SIG"}]), copper.signal, 1e-3 * copper.signal + report.fill_rounding_area);
+    EXPECT_EQ(report.triangles, mesh.faces.size());
+    EXPECT_LT(report.triangles, 500'000u);
+  }
+}
+
+TEST(Mesh, KeepsEdgesAndAnglesToTheSettings) {
   Layout layout = empty_layout();
   add_shape(layout, 0, 1, EM2DShape::Type::Fill, square_with_hole());
   const Meshed meshed = mesh(layout);
-  const SImesh2D& mesh = meshed.board.mesh;
-  check_topology(mesh);
-  check_polygons(mesh);
-  EXPECT_EQ(euler_characteristic(mesh), 0) << "one area with one hole";
-  ASSERT_EQ(mesh.polygons.size(), 1u);
-  ASSERT_EQ(mesh.negPolygons.size(), 1u);
-  EXPECT_NEAR(outline_area(mesh, mesh.polygons[0].nodes), 100, 1e-9);
-  EXPECT_NEAR(outline_area(mesh, mesh.negPolygons[0].nodes), -4, 1e-9);
-  EXPECT_GE(smallest_angle(meshed.layers[0].triangles), kSizes.min_angle - 1e-6);
-  for (const SImesh2D::Edge& edge : mesh.edges) ASSERT_LE(length(mesh, edge), kSizes.max_edge / 1e6 * 1.0001);
-  const LayerReport& report = meshed.reports[0];
-  EXPECT_DOUBLE_EQ(report.fill_area, 96);
-  EXPECT_NEAR(report.fill_mesh_area, 96, 1e-9);
-  EXPECT_EQ(report.triangles, mesh.faces.size());
-}
-
-TEST(Mesh, OneNetsOverlapsMergeAndTwoNetsStayApart) {
-  Layout layout = empty_layout();
-  add_shape(layout, 1, 1, EM2DShape::Type::Pad, rectangle(0, 0, 2, 1));
-  add_shape(layout, 1, 1, EM2DShape::Type::Pad, rectangle(1, 0.5, 3, 2));
-  add_shape(layout, 1, 2, EM2DShape::Type::Pad, rectangle(3, 0, 4, 2));         // touches along a side
-  add_shape(layout, 1, 2, EM2DShape::Type::Graphic, rectangle(-1, 0, 0.5, 1));  // overlaps by half a square millimetre
-  const Meshed meshed = mesh(layout);
-  const SImesh2D& mesh = meshed.board.mesh;
-  check_topology(mesh);
-  check_polygons(mesh);
-  ASSERT_EQ(mesh.polygons.size(), 3u);
-  EXPECT_EQ(mesh.metals.size(), 2u);
-  EXPECT_EQ(euler_characteristic(mesh), 1) << "nets that touch share nodes: together they have no hole";
-  auto found = areas(mesh);
-  EXPECT_NEAR((found[{0, "GND"}]), 2 + 3 - 0.5, 1e-9);
-  EXPECT_NEAR((found[{0, "SIG"}]), 2 + 1.5 - 0.5, 1e-9);
-  EXPECT_EQ(meshed.reports[0].overlapping_nets, 1u);
-  EXPECT_NEAR(meshed.reports[0].net_overlap_area, 0.5, 1e-9);
-}
-
-TEST(Mesh, AreasThatTouchThemselvesInAPointStayWhole) {
-  Layout layout = empty_layout();
-  // Two squares that meet in a corner, and a ring that closes in a point.
-  add_shape(layout, 0, 1, EM2DShape::Type::Pad, rectangle(0, 0, 1, 1));
-  add_shape(layout, 0, 1, EM2DShape::Type::Pad, rectangle(1, 1, 2, 2));
-  add_shape(layout, 0, 2, EM2DShape::Type::Graphic, {10, 0, 13, 0, 13, 3, 10, 3, 10, 0, 11, 2, 12, 2, 12, 1});
-  const Meshed meshed = mesh(layout);
-  check_topology(meshed.board.mesh);
-  check_polygons(meshed.board.mesh);
-  EXPECT_EQ(meshed.board.mesh.polygons.size(), 3u);
-  auto found = areas(meshed.board.mesh);
-  EXPECT_NEAR((found[{0, "GND"}]), 2, 1e-9);
+  EXPECT_GE(meshed.report.smallest_angle, 20 - 1e-6);
+  for (const SImesh2D::Edge& edge : meshed.board.mesh.edges) ASSERT_LE(length(meshed.board.mesh, edge), 1.0001);
 }
 
 TEST(Mesh, FillsThatOverlapOrCrossThemselvesAreReported) {
@@ -168,40 +212,12 @@ TEST(Mesh, FillsThatOverlapOrCrossThemselvesAreReported) {
   add_shape(layout, 0, 1, EM2DShape::Type::Fill, {0, 0, 2, 2, 2, 0, 0, 2});  // a bow: two triangles of 1 mm2
   add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(10, 0, 12, 2));
   add_shape(layout, 0, 2, EM2DShape::Type::Fill, rectangle(11, 0, 13, 2));
-  const LayerReport report = mesh(layout).reports[0];
+  const LayerReport report = mesh(layout).report.layers[0];
   EXPECT_EQ(report.crossing_fills, 1u);
   EXPECT_NEAR(report.fill_overlap_area, 2, 1e-9);
   EXPECT_NEAR(report.fill_area, 2 + 6, 1e-9);
-  EXPECT_NEAR(report.fill_mesh_area, 8, 1e-9);
   EXPECT_EQ(report.overlapping_nets, 1u);
-}
-
-TEST(Mesh, ArcsAndTracesKeepTheirArea) {
-  Layout layout = empty_layout();
-  std::vector<double> circle;
-  for (int i = 0; i < 200; ++i) {
-    circle.push_back(5 * std::cos(i * std::numbers::pi / 100));
-    circle.push_back(5 * std::sin(i * std::numbers::pi / 100));
-  }
-  add_shape(layout, 0, 1, EM2DShape::Type::Fill, circle);
-  layout.traces.make("T1 w500000", layout.nets[1], add_vertex(layout, 0, 0, 0), add_vertex(layout, 15, 0, 0), 0);
-  const Meshed meshed = mesh(layout);
-  check_topology(meshed.board.mesh);
-  const LayerReport& report = meshed.reports[0];
-  EXPECT_NEAR(report.fill_mesh_area, 25 * std::numbers::pi, 0.02);
-  EXPECT_NEAR(report.mesh_area - report.fill_mesh_area, 10 * 0.5 + std::numbers::pi * 0.0625 / 2, 0.02);
-  EXPECT_EQ(meshed.board.mesh.polygons.size(), 1u);
-  EXPECT_LE(report.relative_difference(), kMostDifference);
-}
-
-// Gaps below the spacing close where they take little; a comb of them is all detail and stays.
-TEST(Mesh, FinePatternsKeepTheirArea) {
-  Layout layout = empty_layout();
-  for (int i = 0; i < 50; ++i)
-    add_shape(layout, 0, 1, EM2DShape::Type::Graphic, rectangle(i * 0.02, 0, i * 0.02 + 0.017, 0.5));
-  const Meshed meshed = mesh(layout);
-  EXPECT_NEAR(meshed.reports[0].mesh_area, 50 * 0.017 * 0.5, 1e-6);
-  EXPECT_EQ(meshed.board.mesh.polygons.size(), 50u);
+  EXPECT_NEAR(report.net_overlap_area, 2, 1e-9);
 }
 
 TEST(Mesh, CopperWithoutAreaMakesAnEmptyLayer) {
@@ -212,7 +228,61 @@ TEST(Mesh, CopperWithoutAreaMakesAnEmptyLayer) {
   const Meshed meshed = mesh(layout);
   EXPECT_EQ(meshed.board.mesh.layers.size(), 2u);
   EXPECT_EQ(meshed.board.mesh.nodes.size() + meshed.board.mesh.vias().size(), 0u);
-  EXPECT_EQ(meshed.reports[0].relative_difference(), 0);
+  EXPECT_EQ(meshed.report.layers[0].relative_difference(), 0);
+}
+
+std::string failure(const Layout& layout, const MeshLimits& limits = {}) {
+  try {
+    mesh(layout, limits);
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+  return "<nothing thrown>";
+}
+
+TEST(Mesh, SaysWhereItPassesALimit) {
+  Layout layout = empty_layout();
+  add_fan(layout, 40, 5'000'000);
+  add_shape(layout, 0, 2, EM2DShape::Type::Fill, rectangle(-5, -5, 5, 5));
+  EXPECT_EQ(failure(layout), "<nothing thrown>");
+  for (const auto& [limits, what] : std::vector<std::pair<MeshLimits, std::string>>{
+           {{.edges = 700}, "layer TOP: outlines that cross make more than 700 edges, near ("},
+           {{.comparisons = 500}, "layer TOP: too many edges of outlines lie close together, near ("},
+           {{.nodes = 3000}, "layer TOP: edges this short make too many nodes, near ("}}) {
+    const std::string text = failure(layout, limits);
+    EXPECT_TRUE(text.starts_with(what) && text.ends_with(") mm")) << text;
+  }
+  EXPECT_TRUE(mesh(layout, {.spare_nodes = 1}).report.layers[0].is_refined_less);
+}
+
+TEST(Mesh, RefusesLengthsThatNoBoardHas) {
+  for (const auto& [radius, digits] : std::map<double, std::string>{{-1, "-1"}, {-INFINITY, "-inf"}}) {
+    Layout layout = empty_layout();
+    add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(0, 0, 1, 1));
+    add_via(layout, 1, 0, 0, 0, 1, 0.1);
+    add_via(layout, 1, 0, 0, 0, 1, radius);
+    EXPECT_TRUE(failure(layout).starts_with("em2dvia row 1: r is " + digits)) << failure(layout);
+  }
+}
+
+TEST(Mesh, IsNotTakenWhenAnAreaIsOff) {
+  Layout layout = empty_layout();
+  add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(0, 0, 1, 1));
+  const Copper copper = collect_copper(layout, true);
+  for (double LayerReport::*const area : {&LayerReport::fill_mesh_area, &LayerReport::mesh_area}) {
+    for (const auto& [extra, is_taken] : {std::pair(0.0005, true), {0.002, false}, {0.1, false}, {-0.1, false}}) {
+      LayerReport report;
+      report.*area = extra;  // counts as triangles of the mesh
+      Phases phases;
+      bool was_taken = true;
+      try {
+        mesh_layer(copper.layers[0], {1e6, 5e4, 20}, report, phases);
+      } catch (const std::runtime_error&) {
+        was_taken = false;
+      }
+      EXPECT_EQ(was_taken, is_taken) << extra;
+    }
+  }
 }
 
 TEST(Mesh, ViasPiercePlanesOfTheirNet) {

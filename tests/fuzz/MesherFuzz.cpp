@@ -153,7 +153,7 @@ void check_mesh(const SImesh2D& mesh) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const HostileLayout hostile(data, size);
   CorvaneMesher::MeshRequest request;
-  request.limits = {.edges = 5'000, .comparisons = 1'000'000, .cells = 256, .nodes = 1'000, .spare_nodes = 150};
+  request.limits = {.edges = 5'000, .comparisons = 1'000'000, .cells = 256, .spare_nodes = 150, .nodes = 1'000};
   CorvaneMesher::MeshReport report;
   CorvaneMesher::Phases phases;
   try {

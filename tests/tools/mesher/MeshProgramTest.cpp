@@ -30,7 +30,7 @@ namespace {
 
 void import_own_board(const std::string& directory, const std::string& name) {
   CorvaneTool::import_board({CORVANE_EXAMPLE_BOARDS "/sensor-node.kicad_pcb", directory, name, 1, 1},
-                            [](const std::string&, int) {});
+                            [](const std::string&) {});
 }
 
 void save(const Layout& layout, const std::string& directory) {
@@ -195,8 +195,9 @@ TEST(MeshProgram, TheVerbStartsItAndPassesEverythingOn) {
     EXPECT_EQ(std::count(failed.err.begin(), failed.err.end(), '\n'), 1) << failed.err;
     const bool is_json = command.ends_with("--json");
     EXPECT_EQ(failed.out.empty(), !is_json) << failed.out;
-    if (is_json)
+    if (is_json) {
       EXPECT_EQ("corvane-mesh: " + nlohmann::json::parse(failed.out)["error"].get<std::string>() + "\n", failed.err);
+    }
   }
 }
 

@@ -208,7 +208,7 @@ void print_table(std::ostream& stream, const TableInfo& table) {
 
 void print_text(std::ostream& stream, const std::string& path, const FileInfo& info) {
   stream << printable(path) << ": " << info.probe.file_bytes << " bytes, \"" << printable(info.name, kNameCharacters)
-            << "\", " << info.probe.frame_count << " frames, " << info.probe.node_count << " schema nodes\n";
+         << "\", " << info.probe.frame_count << " frames, " << info.probe.node_count << " schema nodes\n";
   if (info.probe.file_bytes > info.probe.message_bytes)
     stream << info.probe.file_bytes - info.probe.message_bytes << " bytes follow the message and are not read\n";
   if (!info.content.gaps.empty())

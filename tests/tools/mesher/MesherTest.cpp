@@ -121,6 +121,11 @@ void add_fan(Layout& layout, int traces, int width) {
   }
 }
 
+void add_needles(Layout& layout, double length) {
+  add_shape(layout, 0, 1, EM2DShape::Type::Fill, {0, 0, length, 0, length, kNm});
+  add_shape(layout, 0, 2, EM2DShape::Type::Fill, {0, 2 * kNm, length, -kNm, length, 0});
+}
+
 struct Pattern {
   const char* name;
   void (*add)(Layout& layout);
@@ -145,7 +150,7 @@ const Pattern kCopper[] = {
        add_square(layout, 1, 1, 1, 1, 1);
        add_shape(layout, 0, 2, EM2DShape::Type::Graphic, {10, 0, 13, 0, 13, 3, 10, 3, 10, 0, 11, 2, 12, 2, 12, 1});
      },
-     2, 8, 3, 0},
+     2, 7, 3, 0},
     {"a circle and a trace",
      [](Layout& layout) {
        std::vector<double> circle;
@@ -159,18 +164,13 @@ const Pattern kCopper[] = {
        for (int i = 0; i < 50; ++i) add_square(layout, 1, i * 0.02, 0, 0.017, 0.5);
      },
      50 * 0.017 * 0.5, 0, 50, 0},
-    {"needles that cross at nanometres",
-     [](Layout& layout) {
-       add_shape(layout, 0, 1, EM2DShape::Type::Fill, {0, 0, 1000, 0, 1000, kNm});
-       add_shape(layout, 0, 2, EM2DShape::Type::Fill, {0, 2 * kNm, 1000, -kNm, 1000, 0});
-     },
-     0.0005, 0.0005, 2, 0},
+    {"needles that cross at nanometres", [](Layout& layout) { add_needles(layout, 100); }, 0.00005, 0.00005, 2, 0},
     {"a fill of five square nanometres",
      [](Layout& layout) {
        add_shape(layout, 0, 1, EM2DShape::Type::Fill, {0, 0, 5 * kNm, 0, 10 * kNm, 2 * kNm});
      },
      5e-12, 0, 1, 0},
-    {"1500 traces from one point", [](Layout& layout) { add_fan(layout, 1500, 200'000); }, 4990, 0, 1, 1494},
+    {"1500 traces from one point", [](Layout& layout) { add_fan(layout, 1500, 200'000); }, 5048, 0, 1, 0},
     {"20000 fills in one place",
      [](Layout& layout) {
        for (int i = 0; i < 20'000; ++i) add_shape(layout, 0, 1, EM2DShape::Type::Fill, rectangle(0, 0, 1, 1));
@@ -246,13 +246,15 @@ TEST(Mesh, SaysWhereItPassesALimit) {
   add_shape(layout, 0, 2, EM2DShape::Type::Fill, rectangle(-5, -5, 5, 5));
   EXPECT_EQ(failure(layout), "<nothing thrown>");
   for (const auto& [limits, what] : std::vector<std::pair<MeshLimits, std::string>>{
-           {{.edges = 700}, "layer TOP: outlines that cross make more than 700 edges, near ("},
+           {{.edges = 200}, "layer TOP: outlines that cross make more than 200 edges, near ("},
            {{.comparisons = 500}, "layer TOP: too many edges of outlines lie close together, near ("},
-           {{.nodes = 3000}, "layer TOP: edges this short make too many nodes, near ("}}) {
+           {{.spare_nodes = 100, .nodes = 3000}, "layer TOP: edges this short make too many nodes, near ("}}) {
     const std::string text = failure(layout, limits);
     EXPECT_TRUE(text.starts_with(what) && text.ends_with(") mm")) << text;
   }
-  EXPECT_TRUE(mesh(layout, {.spare_nodes = 1}).report.layers[0].is_refined_less);
+  Layout needles = empty_layout();
+  add_needles(needles, 100);
+  EXPECT_TRUE(mesh(needles, {.spare_nodes = 1}).report.layers[0].is_refined_less);
 }
 
 TEST(Mesh, RefusesLengthsThatNoBoardHas) {

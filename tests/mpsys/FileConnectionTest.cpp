@@ -179,9 +179,9 @@ TEST_F(FileMessages, ClaimsAreComparedWithTheFileBeforeMemoryIsTaken) {
        "message truncated: received only 3 of 1152921504606846976 bytes"},
       {header_and_sizes(3, 0, 0, {kHalf, kHalf, 1}) + "abc",
        "message truncated: received only 3 of 9223372036854775807 bytes"}};
-  for (const auto& [file, text] : claims) {
+  for (const auto& claim : claims) {
     Message message;
-    EXPECT_ERROR(receive(file, message), text);
+    EXPECT_ERROR(receive(claim.first, message), claim.second);
     EXPECT_TRUE(message.frames.empty());
   }
 }

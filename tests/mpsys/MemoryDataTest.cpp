@@ -82,7 +82,8 @@ TEST(MemoryDataPrint, NamesTheKindOfMemoryOnTheGivenStream) {
   const std::vector<std::pair<DataObj*, std::string>> cases = {{&reference, "    string reference [a/b.mmap]\n"},
                                                                {&viewed, "    static memory [ a ]\n"},
                                                                {&owned, "    dynamic memory [ " + dump}};
-  for (const auto& [object, printed] : cases) {
+  for (const auto& [memory, printed] : cases) {
+    DataObj* const object = memory;
     std::ostringstream stream;
     EXPECT_PRINTS(object->print(stream, 1), "");
     EXPECT_EQ(stream.str(), printed);

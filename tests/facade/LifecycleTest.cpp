@@ -115,7 +115,8 @@ TEST_F(Database, IsEmptyAfterAFileWithoutAHeaderAndNamesIt) {
     EXPECT_ERROR(layer_ids(db), "no database is open: nothing was received from file '" + file("b") + "'");
     EXPECT_TRUE(db.openem(false, "c"));
     EXPECT_EQ(layer_ids(db), std::vector<int>());
-    EXPECT_ERROR(layer_ids(*std::make_shared<DBZydata>(d_folder)), "no database is open");
+    DBZydata newest(d_folder);
+    EXPECT_ERROR(layer_ids(newest), "no database is open");
   }
 }
 

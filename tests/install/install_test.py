@@ -129,7 +129,7 @@ def main():
         check_headers(prefix)
         library = next(prefix.glob("lib*/**/libcorvane.so"), None)
         check(library is not None, "libcorvane.so is not installed")
-        check_library(arguments, library, private_types(prefix, pathlib.Path(arguments.consumer).resolve().parents[2]))
+        check_library(arguments, library, private_types(prefix, pathlib.Path(__file__).resolve().parents[2]))
         build_and_run_consumer(arguments, prefix, folder)
         if arguments.with_tool:
             run(prefix / "bin" / "corvane", "info", folder / "boards" / "demo.zydat")

@@ -17,7 +17,7 @@ struct MeshLimits {
   std::size_t cells = 2'000'000;              // of the map of edge lengths
   std::size_t spare_nodes = 100'000;          // for detail of outlines, which is left as it is beyond them
 
-  std::size_t nodes = 2'000'000;  // of all layers: about 4 GB of memory
+  std::size_t nodes = 4'000'000;  // of all layers: more than the largest board known here needs
 };
 
 /// Something about a layer's copper, with the place.
